@@ -1,0 +1,22 @@
+/*
+ * tarvolk/tarvolk.h - the whole public interface of libtarvolk_r.
+ */
+#ifndef TARVOLK_TARVOLK_H
+#define TARVOLK_TARVOLK_H
+
+#include <tarvolk/common.h>
+#include <tarvolk/debug.h>
+#include <tarvolk/file.h>
+#include <tarvolk/i18n.h>
+#include <tarvolk/incralloc.h>
+#include <tarvolk/list.h>
+#include <tarvolk/mem.h>
+#include <tarvolk/nversion.h>
+#include <tarvolk/retcode.h>
+#include <tarvolk/retcode_table.h>
+#include <tarvolk/services.h>
+#include <tarvolk/shlib.h>
+#include <tarvolk/thr.h>
+#include <tarvolk/wstring.h>
+
+#endif /* TARVOLK_TARVOLK_H */
