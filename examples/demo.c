@@ -56,7 +56,7 @@ static void show_revisions(void)
 static void show_return_codes(void)
 {
     static const NRC codes[] = {NRC_SUCCESS, NRC_FAILURE, NRC_TIMEOUT, NRC_PROP_NOT_FOUND,
-                                -302, 2, 12, 1000002};
+                                -302, 2, 12};
     size_t i;
 
     printf("Return codes:\n");

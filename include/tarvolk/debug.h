@@ -24,7 +24,7 @@ NAPI N_NORETURN void _n_DebugAssert(const char *tag, const char *function, const
 #define N_ASSERT(tag, test) ((void)0)
 #else
 #define N_ASSERT(tag, test) \
-    ((test) ? (void)0 : _n_DebugAssert((tag), __func__, __FILE__, (uint32_t)__LINE__, #test))
+    ((test) ? (void)0 : _n_DebugAssert((tag), __func__, __FILE__, __LINE__, #test))
 #endif
 
 N_END_DECLS

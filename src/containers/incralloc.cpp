@@ -168,6 +168,10 @@ void NIncrAllocatorAllocResize(NIncrAllocator *arena, uint32_t unused)
         back = given;
     arena->free -= back;
     arena->left = back;
+    // The caller may have written into the part it hands back; a clearing
+    // arena gives out zeroed memory only.
+    if (arena->clear)
+        std::memset(arena->free, 0, back);
 }
 
 void NIncrAllocatorExpunge(NIncrAllocator *arena)

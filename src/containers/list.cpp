@@ -66,29 +66,37 @@ NListNode *step_forward(NListNode *node, size_t steps) noexcept
     return node;
 }
 
-// Merges the runs starting at left and right (each ended by the tail
-// sentinel) and returns the first node of the result; *last is the last
-// node placed by a comparison (the tail sentinel if none was made). The
-// tail sentinel's next link serves as the temporary head; equal keys take
-// the left node.
+// Merges two runs, each ended by the tail sentinel, and returns the first
+// node of the result, which is ended by the tail sentinel too. While both
+// runs have nodes, compare decides: a result below 1 takes the left node, so
+// equal keys keep their order.
 NListNode *merge_runs(NListNode *tail, NListNode *left, NListNode *right,
-                      NListCompareFunc compare, void *arg, NListNode **last_out)
+                      NListCompareFunc compare, void *arg)
 {
-    NListNode *last = tail;
-    while (left != tail && right != tail) {
+    if (right == tail)
+        return left;
+    NListNode first{};
+    NListNode *last = &first;
+    for (;;) {
         if (compare(node_item(left), node_item(right), arg) < 1) {
             last->next = left;
             last = left;
             left = left->next;
+            if (left == tail) {
+                last->next = right;
+                break;
+            }
         } else {
             last->next = right;
             last = right;
             right = right->next;
+            if (right == tail) {
+                last->next = left;
+                break;
+            }
         }
     }
-    last->next = (left != tail) ? left : right;
-    *last_out = last;
-    return tail->next;
+    return first.next;
 }
 
 } // namespace
@@ -251,6 +259,14 @@ int32_t NListNumItems(NList *list)
     return list->count;
 }
 
+// Bottom-up merge sort. Pass k merges the runs of 2^(k-1) items pairwise,
+// from the front, a short or missing right run included; sorting ends after
+// the pass that merged a single pair. Those are the merges, and the order of
+// compare calls, of the classic form that finds each run by stepping along
+// the list. Here the runs are kept apart instead: each ends at the tail
+// sentinel, and the prev link of a run's first node (free while the sort
+// runs) points at the next run, so no pass steps along a run to find its
+// end. The prev links are rebuilt at the end.
 void NListMergeSort(NList *list, NListCompareFunc compare, void *arg)
 {
     NListNode *const head = list->head;
@@ -261,44 +277,50 @@ void NListMergeSort(NList *list, NListCompareFunc compare, void *arg)
         return;
     }
 
-    for (size_t run = 1;; run *= 2) {
-        NListNode *output = head;
-        NListNode *rest = head->next;
-        NListNode *last_left = nullptr;
+    // First pass: the runs are the single nodes, chained by their next
+    // links.
+    NListNode *runs = nullptr;
+    NListNode **link = &runs;
+    size_t merged = 0;
+    for (NListNode *left = head->next; left != tail;) {
+        NListNode *right = left->next;
+        NListNode *rest = right == tail ? tail : right->next;
+        left->next = tail;
+        right->next = tail;
+        NListNode *run = merge_runs(tail, left, right, compare, arg);
+        *link = run;
+        link = &run->prev;
+        ++merged;
+        left = rest;
+    }
+    *link = nullptr;
 
-        while (rest != tail) {
-            NListNode *left = rest;
-            NListNode *left_end = step_forward(left, run - 1);
-            NListNode *right = left_end->next;
-            left_end->next = tail;
-
-            NListNode *right_end = step_forward(right, run - 1);
-            rest = right_end->next;
-            right_end->next = tail;
-
-            NListNode *merged_end = nullptr;
-            NListNode *merged = merge_runs(tail, left, right, compare, arg, &merged_end);
-            if (merged_end == tail)
-                merged_end = merged;
-            while (merged_end->next != tail)
-                merged_end = merged_end->next;
-            output->next = merged;
-            tail->next = tail;
-            output = merged_end;
-            last_left = left;
+    // Further passes: the runs are chained by the prev links of their first
+    // nodes.
+    while (merged > 1) {
+        NListNode *left = runs;
+        link = &runs;
+        merged = 0;
+        while (left != nullptr) {
+            NListNode *right = left->prev;
+            NListNode *rest = right == nullptr ? nullptr : right->prev;
+            NListNode *run = merge_runs(tail, left, right == nullptr ? tail : right, compare, arg);
+            *link = run;
+            link = &run->prev;
+            ++merged;
+            left = rest;
         }
-
-        // One pair whose left run kept the lead: the list is sorted.
-        if (head->next == last_left)
-            break;
+        *link = nullptr;
     }
 
+    head->next = runs;
     NListNode *prev = head;
-    for (NListNode *node = head->next; node != tail; node = node->next) {
+    for (NListNode *node = runs; node != tail; node = node->next) {
         node->prev = prev;
         prev = node;
     }
     tail->prev = prev;
+    tail->next = tail;
 }
 
 } // extern "C"

@@ -12,6 +12,8 @@
 
 #include <pthread.h>
 
+#include "frame/shlib.h"
+
 namespace {
 
 // A version text: its catalog, message set and number, and the text.
@@ -162,6 +164,23 @@ NRC NVersionInfoString(char **text)
     *text = n_strdup(result.c_str());
     return *text == nullptr ? 12 : 0;
 }
+
+} // extern "C"
+
+namespace tvk {
+
+void version_info_release_if_empty()
+{
+    VersionInfoLock guard;
+    if (version_info_list != nullptr && NListNumItems(version_info_list) == 0) {
+        NListDestroyWith(version_info_list, nullptr, nullptr, n_free);
+        version_info_list = nullptr;
+    }
+}
+
+} // namespace tvk
+
+extern "C" {
 
 NRC _NVersionInitialise(NI18nLocale locale)
 {

@@ -64,6 +64,7 @@ void _libtarvolk_init(void)
 void _libtarvolk_fini(void)
 {
     NVersionInfoUnregister(revision_line);
+    tvk::version_info_release_if_empty();
     if (shlib_load_debug())
         std::fprintf(stderr, "%s %s\n", revision_line, "**UNLOADED**");
 }

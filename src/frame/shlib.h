@@ -32,6 +32,10 @@ bool initialised();
 // The default locale handle made by NInitialise (null before).
 NI18nLocale default_locale();
 
+// Frees the version list if no line is left in it (at unload, when the
+// list would otherwise outlive the library's code).
+void version_info_release_if_empty();
+
 } // namespace tvk
 
 extern "C" {

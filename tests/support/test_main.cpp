@@ -11,3 +11,21 @@ int main(int argc, char **argv)
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     return RUN_ALL_TESTS();
 }
+
+// Under the sanitizers, an impossible allocation must come back as null, as
+// it does from the system allocator, so that the library's handling of
+// exhaustion can be tested.
+extern "C" {
+__attribute__((used, visibility("default"))) const char *__asan_default_options();
+__attribute__((used, visibility("default"))) const char *__tsan_default_options();
+
+const char *__asan_default_options()
+{
+    return "allocator_may_return_null=1";
+}
+
+const char *__tsan_default_options()
+{
+    return "allocator_may_return_null=1";
+}
+}

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -44,17 +45,20 @@ struct CommandResult {
 // Runs a shell command and collects its exit status and both outputs.
 CommandResult run_command(const std::string &command);
 
+// Runs body and ends the process: status 0 if no expectation failed.
+template <typename Body> [[noreturn]] void run_and_exit(Body body)
+{
+    body();
+    std::fflush(stdout);
+    std::exit(::testing::Test::HasFailure() ? 1 : 0);
+}
+
 } // namespace tvk_test
 
-// Runs `body' in a freshly started copy of the test binary (gtest's
+// Runs the body (a statement or a braced block) in a freshly started copy of the test binary (gtest's
 // threadsafe death-test style re-executes it), so that it sees the process
 // state of a program that has not touched the library yet. The check fails
 // if an expectation inside fails or the body does not come to its end.
-#define TVK_IN_FRESH_PROCESS(body)                                                        \
-    EXPECT_EXIT(                                                                          \
-        {                                                                                 \
-            body;                                                                         \
-            std::fflush(stdout);                                                          \
-            std::exit(::testing::Test::HasFailure() ? 1 : 0);                             \
-        },                                                                                \
-        ::testing::ExitedWithCode(0), "")
+#define TVK_IN_FRESH_PROCESS(...)                                                         \
+    EXPECT_EXIT(::tvk_test::run_and_exit(([&]() { __VA_ARGS__; })),                           \
+                ::testing::ExitedWithCode(0), "")
