@@ -21,38 +21,38 @@ std::vector<size_t> piece_sizes(int64_t n)
     return sizes;
 }
 
-// The arena lives across iterations and is rewound after each batch.
-void BM_IncrAllocExpunge(benchmark::State &state)
+// Allocates the batch from the arena, writing to every piece.
+void alloc_batch(NIncrAllocator *arena, const std::vector<size_t> &sizes)
+{
+    for (size_t size : sizes) {
+        auto *piece = static_cast<char *>(NIncrAllocatorAlloc(arena, size));
+        piece[0] = 1;
+        benchmark::DoNotOptimize(piece);
+    }
+}
+
+// The arena lives across iterations and is rewound after each batch; a
+// clearing arena zeroes every blob it reuses.
+void expunge_batches(benchmark::State &state, NIncrAllocator *(*create)(uint32_t))
 {
     const std::vector<size_t> sizes = piece_sizes(state.range(0));
-    NIncrAllocator *arena = NIncrAllocatorCreateNoClear(64 * 1024);
+    NIncrAllocator *arena = create(64 * 1024);
     for (auto _ : state) {
-        for (size_t size : sizes) {
-            auto *piece = static_cast<char *>(NIncrAllocatorAlloc(arena, size));
-            piece[0] = 1;
-            benchmark::DoNotOptimize(piece);
-        }
+        alloc_batch(arena, sizes);
         NIncrAllocatorExpunge(arena);
     }
     NIncrAllocatorDestroy(arena);
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-// The same with a clearing arena: every reused blob is zeroed.
+void BM_IncrAllocExpunge(benchmark::State &state)
+{
+    expunge_batches(state, NIncrAllocatorCreateNoClear);
+}
+
 void BM_IncrAllocClearingExpunge(benchmark::State &state)
 {
-    const std::vector<size_t> sizes = piece_sizes(state.range(0));
-    NIncrAllocator *arena = NIncrAllocatorCreate(64 * 1024);
-    for (auto _ : state) {
-        for (size_t size : sizes) {
-            auto *piece = static_cast<char *>(NIncrAllocatorAlloc(arena, size));
-            piece[0] = 1;
-            benchmark::DoNotOptimize(piece);
-        }
-        NIncrAllocatorExpunge(arena);
-    }
-    NIncrAllocatorDestroy(arena);
-    state.SetItemsProcessed(state.iterations() * state.range(0));
+    expunge_batches(state, NIncrAllocatorCreate);
 }
 
 // A fresh arena per batch: blobs come from and go back to the heap.
@@ -61,11 +61,7 @@ void BM_IncrAllocDestroy(benchmark::State &state)
     const std::vector<size_t> sizes = piece_sizes(state.range(0));
     for (auto _ : state) {
         NIncrAllocator *arena = NIncrAllocatorCreateNoClear(64 * 1024);
-        for (size_t size : sizes) {
-            auto *piece = static_cast<char *>(NIncrAllocatorAlloc(arena, size));
-            piece[0] = 1;
-            benchmark::DoNotOptimize(piece);
-        }
+        alloc_batch(arena, sizes);
         NIncrAllocatorDestroy(arena);
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
