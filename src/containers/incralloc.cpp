@@ -69,6 +69,8 @@ NRC create_new_blob(NIncrAllocator *arena, uint32_t needed)
     }
 
     const uint32_t size = needed > arena->blob_size ? needed : arena->blob_size;
+    if (static_cast<uint64_t>(size) + sizeof(NIncrBlob) > SIZE_MAX)
+        return 12;
     auto *blob = static_cast<NIncrBlob *>(NListAlloc(sizeof(NIncrBlob) + size));
     if (blob == nullptr)
         return 12;

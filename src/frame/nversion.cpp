@@ -8,7 +8,6 @@
 
 #include <cstdio>
 #include <cstring>
-#include <string>
 
 #include <pthread.h>
 
@@ -86,17 +85,17 @@ struct VersionInfoLock {
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-// The revision line in the form of its row ("\t%s\n").
-std::string revision_entry(const char *line)
+// Writes the revision line in the form of its row ("\t%s\n") into buffer
+// (of size bytes, may be null with 0) and returns the length of the whole
+// entry, or a negative value on error.
+int revision_entry(char *buffer, size_t size, const char *line)
 {
-    const char *format = row_text(row_revision_line);
-    const int length = std::snprintf(nullptr, 0, format, line);
-    if (length < 0)
-        return std::string();
-    std::string entry(static_cast<size_t>(length) + 1, '\0');
-    std::snprintf(entry.data(), entry.size(), format, line);
-    entry.resize(static_cast<size_t>(length));
-    return entry;
+    return std::snprintf(buffer, size, row_text(row_revision_line), line);
+}
+
+void print_revision_entry(const char *line)
+{
+    std::fprintf(stderr, row_text(row_revision_line), line);
 }
 #pragma GCC diagnostic pop
 
@@ -147,7 +146,7 @@ void NVersionInfoPrint(void)
         return;
     std::fputs(row_text(row_library_revisions), stderr);
     for (void *item = NListFirst(version_info_list); item != nullptr; item = NListNext(item))
-        std::fputs(revision_entry(static_cast<const char *>(item)).c_str(), stderr);
+        print_revision_entry(static_cast<const char *>(item));
 }
 
 NRC NVersionInfoString(char **text)
@@ -158,11 +157,25 @@ NRC NVersionInfoString(char **text)
     VersionInfoLock guard;
     if (version_info_list == nullptr)
         return 0;
-    std::string result = row_text(row_library_revisions);
+
+    const char *title = row_text(row_library_revisions);
+    size_t size = std::strlen(title) + 1;
+    for (void *item = NListFirst(version_info_list); item != nullptr; item = NListNext(item)) {
+        const int length = revision_entry(nullptr, 0, static_cast<const char *>(item));
+        if (length < 0)
+            return NRC_FAILURE;
+        size += static_cast<size_t>(length);
+    }
+    auto *result = static_cast<char *>(n_malloc(size));
+    if (result == nullptr)
+        return 12;
+    size_t used = std::strlen(title);
+    std::memcpy(result, title, used + 1);
     for (void *item = NListFirst(version_info_list); item != nullptr; item = NListNext(item))
-        result += revision_entry(static_cast<const char *>(item));
-    *text = n_strdup(result.c_str());
-    return *text == nullptr ? 12 : 0;
+        used += static_cast<size_t>(
+            revision_entry(result + used, size - used, static_cast<const char *>(item)));
+    *text = result;
+    return 0;
 }
 
 } // extern "C"
@@ -191,6 +204,8 @@ NRC _NVersionInitialise(NI18nLocale locale)
         libtarvolk_version_catalog = catalog;
     }
     char message[1024];
+    // Printing uses these texts as formats under the same lock.
+    VersionInfoLock guard;
     for (VersionString &entry : version_strings) {
         NI18nMessageGet(*entry.catalog, entry.set, entry.number, entry.text, message,
                         sizeof message);

@@ -95,7 +95,7 @@ void detect_platform()
 
 void read_host_name()
 {
-    if (gethostname(host_name, sizeof host_name) != 0 || host_name[0] == '\0')
+    if (gethostname(host_name, sizeof host_name) != 0)
         std::snprintf(host_name, sizeof host_name, "%s", "localhost");
     host_name[sizeof host_name - 1] = '\0';
 }
@@ -139,12 +139,12 @@ const char *NGetProcName(void)
 
 NRC NSetProcName(const char *name)
 {
+    // The copy is made before the old name goes, so that the current name
+    // may be given back (NSetProcName(NGetProcName())).
+    char *copy = name != nullptr ? n_strdup(name) : nullptr;
     n_free(process_name);
-    process_name = nullptr;
-    if (name == nullptr)
-        return 0;
-    process_name = n_strdup(name);
-    return process_name == nullptr ? 12 : 0;
+    process_name = copy;
+    return name != nullptr && copy == nullptr ? 12 : 0;
 }
 
 const char *NGetBinDir(void)

@@ -73,6 +73,8 @@ TEST(ServicesTest, ProcessNameFallsBackToApplicationName)
         EXPECT_STREQ("worker", NGetProcName());
         EXPECT_EQ(0, NSetProcName("again"));
         EXPECT_STREQ("again", NGetProcName());
+        EXPECT_EQ(0, NSetProcName(NGetProcName())); // its own name back
+        EXPECT_STREQ("again", NGetProcName());
         EXPECT_EQ(0, NSetProcName(nullptr));
         EXPECT_STREQ("app", NGetProcName());
     });
