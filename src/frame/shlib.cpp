@@ -17,9 +17,12 @@
 #include "net/socket.h"
 #include "threads/mt.h"
 
+// The library's revision line.
+extern "C" const char *const _libtarvolk_revision = NLIBTARVOLK_REVISION;
+
 namespace {
 
-constexpr const char *revision_line = NLIBTARVOLK_REVISION;
+const char *const revision_line = _libtarvolk_revision;
 
 // Set only as the very last step of a fully successful NInitialise.
 std::atomic<int32_t> initialised_flag{0};

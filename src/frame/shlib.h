@@ -39,6 +39,7 @@ void version_info_release_if_empty();
 } // namespace tvk
 
 extern "C" {
+extern const char *const _libtarvolk_revision;
 void _libtarvolk_init(void);
 void _libtarvolk_fini(void);
 }
