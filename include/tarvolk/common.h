@@ -42,9 +42,27 @@ typedef int32_t NRC;
 typedef void *(*NAllocFunc)(size_t size);
 typedef void (*NFreeFunc)(void *block);
 
-/* Item callback of the flush and destroy operations of the containers:
-   receives the item and the caller's argument. */
+/* Item callback of the flush, destroy, range and traversal operations of
+   the containers: receives the item and the caller's argument. */
 typedef void (*NItemFunc)(void *item, void *arg);
+
+/* Compare function of the containers and sorts: negative, zero or positive
+   as a sorts before, with or after b. */
+typedef int (*NCompareFunc)(const void *a, const void *b, void *arg);
+
+/* Hash function of the hash tables: an unsigned 32-bit hash of a key or an
+   item. */
+typedef uint32_t (*NHashFunc)(const void *key, void *arg);
+
+/* Walk callback of the hash tables: non-zero stops the walk. */
+typedef int (*NWalkFunc)(void *item, void *arg);
+
+/* Copy callback of the hash tables: a new item made from item, or null to
+   leave it out. */
+typedef void *(*NCopyFunc)(void *item, void *arg);
+
+/* The incremental allocator (tarvolk/incralloc.h). */
+typedef struct NIncrAllocator NIncrAllocator;
 
 /* First argument of a variadic macro argument list (internal helper of the
    item release macros, which accept one argument or two). */

@@ -15,11 +15,10 @@
 N_BEGIN_DECLS
 
 typedef struct NList NList;
-typedef struct NIncrAllocator NIncrAllocator;
 
 /* Compare function of NListMergeSort: negative, zero or positive as left
    sorts before, with or after right. */
-typedef int (*NListCompareFunc)(const void *left, const void *right, void *arg);
+typedef NCompareFunc NListCompareFunc;
 
 /* ---- items ---- */
 

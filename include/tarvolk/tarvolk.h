@@ -4,19 +4,27 @@
 #ifndef TARVOLK_TARVOLK_H
 #define TARVOLK_TARVOLK_H
 
+#include <tarvolk/bsearch.h>
 #include <tarvolk/common.h>
+#include <tarvolk/convert.h>
 #include <tarvolk/debug.h>
+#include <tarvolk/dhash.h>
 #include <tarvolk/file.h>
+#include <tarvolk/hashlist.h>
+#include <tarvolk/hashtable.h>
 #include <tarvolk/i18n.h>
 #include <tarvolk/incralloc.h>
 #include <tarvolk/list.h>
 #include <tarvolk/mem.h>
 #include <tarvolk/nversion.h>
+#include <tarvolk/qsort.h>
+#include <tarvolk/rbtree.h>
 #include <tarvolk/retcode.h>
 #include <tarvolk/retcode_table.h>
 #include <tarvolk/services.h>
 #include <tarvolk/shlib.h>
 #include <tarvolk/thr.h>
+#include <tarvolk/tree.h>
 #include <tarvolk/wstring.h>
 
 #endif /* TARVOLK_TARVOLK_H */
