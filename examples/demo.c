@@ -96,6 +96,93 @@ static int show_sorted_list(void)
     return 0;
 }
 
+struct word {
+    const char *text;
+    int count;
+};
+
+static uint32_t hash_word(const void *item, void *arg)
+{
+    (void)arg;
+    return NHashString2(((const struct word *)item)->text);
+}
+
+static int compare_words(const void *left, const void *right, void *arg)
+{
+    (void)arg;
+    return strcmp(((const struct word *)left)->text, ((const struct word *)right)->text);
+}
+
+static int compare_ints(const void *left, const void *right, void *arg)
+{
+    int a = *(const int *)left;
+    int b = *(const int *)right;
+    (void)arg;
+    return (a > b) - (a < b);
+}
+
+static void *word_to_tree(void *item, void *arg1, void *arg2)
+{
+    struct word *copy = NTreeAlloc(sizeof *copy);
+    (void)arg1;
+    (void)arg2;
+    if (copy != NULL)
+        *copy = *(const struct word *)item;
+    return copy;
+}
+
+static void print_word(void *item, void *arg)
+{
+    const struct word *w = item;
+    (void)arg;
+    printf(" %s:%d", w->text, w->count);
+}
+
+/* Counts words in a hash table, then lists them in order through a tree
+   made by a conversion; sorts and searches an array. */
+static int show_containers(void)
+{
+    static const char *const text[] = {"the", "quick", "fox", "and", "the", "lazy",
+                                       "dog", "and", "the", "fox"};
+    int numbers[] = {42, 7, 19, 3, 88, 23, 7, 61};
+    int wanted = 23;
+    NHash *words = NHashCreateWith(n_malloc, 127, hash_word, NULL, compare_words, NULL);
+    NTree *sorted = NTreeCreateWith(n_malloc, compare_words, NULL);
+    size_t i;
+    int *found;
+
+    if (words == NULL || sorted == NULL)
+        return 12;
+    for (i = 0; i < sizeof text / sizeof text[0]; i++) {
+        struct word key = {text[i], 0};
+        struct word *w = NHashFind(words, &key);
+        if (w == NULL) {
+            w = NHashAlloc(sizeof *w);
+            if (w == NULL)
+                break;
+            *w = key;
+            NHashInsert(words, w);
+        }
+        w->count++;
+    }
+    NHashToNTree(words, sorted, word_to_tree, NULL, NULL);
+    printf("Word counts (hash table, then a tree in order):");
+    NTreeTraverse(sorted, NTREE_INORDER, print_word, NULL);
+    printf("\n");
+
+    NQuickSort(numbers, sizeof numbers / sizeof numbers[0], sizeof numbers[0], compare_ints, NULL);
+    found = NBinarySearch(&wanted, numbers, sizeof numbers / sizeof numbers[0], sizeof numbers[0],
+                          compare_ints, NULL);
+    printf("Sorted numbers:");
+    for (i = 0; i < sizeof numbers / sizeof numbers[0]; i++)
+        printf(" %d", numbers[i]);
+    printf("; %d found at index %d\n\n", wanted, found ? (int)(found - numbers) : -1);
+
+    NTreeDestroyWith(sorted, NTreeFree, NULL, n_free);
+    NHashDestroyWith(words, NHashFree, NULL, n_free);
+    return 0;
+}
+
 int main(void)
 {
     NRC rc = NInitialise("demo", "stdout");
@@ -109,7 +196,9 @@ int main(void)
     show_names();
     show_revisions();
     show_return_codes();
-    rc = show_sorted_list();
+    rc = show_containers();
+    if (rc == 0)
+        rc = show_sorted_list();
 
     NShutdown();
     return rc == 0 ? 0 : 1;

@@ -6,8 +6,9 @@
  * target's family) goes into the target, null leaves the item out. The
  * source is not changed. A tree target keeps its first item of a key: a
  * later equal item stays out and is not reported (a convert function that
- * allocates must allow for that). Null containers or convert functions do
- * nothing.
+ * allocates must allow for that). With a null container or convert
+ * function a conversion does nothing (the hash-source ones then return
+ * NRC_FAILURE).
  */
 #ifndef TARVOLK_CONVERT_H
 #define TARVOLK_CONVERT_H

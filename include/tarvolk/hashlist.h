@@ -43,7 +43,8 @@ NAPI void NHashListInsertAfter(NHashList *table, void *item, void *after);
 NAPI void NHashListInsertBefore(NHashList *table, void *item, void *before);
 /* Unlinks the item from list and chain; its own links stay as they were. */
 NAPI void NHashListDelete(NHashList *table, void *item);
-/* Unlinks and returns the item behind item. */
+/* Unlinks and returns the item behind item; null, and nothing changes, when
+   item is the last. */
 NAPI void *NHashListDeleteNext(NHashList *table, void *item);
 
 NAPI void *NHashListFirst(NHashList *table);

@@ -20,8 +20,8 @@ typedef struct NTree NTree;
 #define NTREE_INORDER 1
 #define NTREE_POSTORDER 2
 
-/* Print callback of NTreePrint: writes the item, or for a null item the
-   blank space that stands for one item's width. */
+/* Print callback of NTreePrint: writes the item, or for a null item (which
+   comes with a null arg) the blank space that stands for one item's width. */
 typedef void (*NTreePrintFunc)(FILE *stream, const void *item, void *arg);
 
 /* ---- items ---- */

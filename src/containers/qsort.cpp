@@ -6,6 +6,9 @@
 
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
 
 #include "containers/swap.h"
 
@@ -38,6 +41,38 @@ void insertion_sort(const Array &a, ptrdiff_t lo, ptrdiff_t hi)
         for (ptrdiff_t j = i; j > lo && a.cmp(j, j - 1) < 0; --j)
             a.swap(j, j - 1);
     }
+}
+
+// Partition of lo + 1..hi around the pivot at lo: moves the elements that
+// compare below it, and equal ones while last < mid, to the front, and
+// returns last, the index of the last one moved (lo if none). For elements
+// of Width 4 or 8 the exchange is done without a branch on the compare
+// result, a coin toss that would otherwise cost a misprediction on every
+// other element: both words are rewritten, swapped or not. Other widths
+// (Width 0) exchange only when needed.
+template <size_t Width> ptrdiff_t partition(const Array &a, ptrdiff_t lo, ptrdiff_t hi, ptrdiff_t mid)
+{
+    ptrdiff_t last = lo;
+    for (ptrdiff_t i = lo + 1; i <= hi; ++i) {
+        const int r = a.cmp(i, lo);
+        if constexpr (Width == 0) {
+            if (r < 0 || (r == 0 && last < mid))
+                a.swap(++last, i);
+        } else {
+            using Word = std::conditional_t<Width == 4, uint32_t, uint64_t>;
+            const bool take = (r < 0) | ((r == 0) & (last < mid));
+            Word x, y;
+            std::memcpy(&x, a.at(last + 1), Width);
+            std::memcpy(&y, a.at(i), Width);
+            const Word diff = (x ^ y) & (Word{0} - Word{take});
+            x ^= diff;
+            y ^= diff;
+            std::memcpy(a.at(last + 1), &x, Width);
+            std::memcpy(a.at(i), &y, Width);
+            last += take;
+        }
+    }
+    return last;
 }
 
 // Entries (of one index each) of the quicksort's stack: room for the
@@ -118,12 +153,9 @@ NRC NQuickSort(void *base, size_t count, size_t size, NCompareFunc compare, void
 
         // Keys equal to the pivot go left until last reaches mid, so that
         // equal keys are spread over both sides.
-        ptrdiff_t last = lo;
-        for (ptrdiff_t i = lo + 1; i <= hi; ++i) {
-            const int r = a.cmp(i, lo);
-            if (r < 0 || (r == 0 && last < mid))
-                a.swap(++last, i);
-        }
+        const ptrdiff_t last = size == 4   ? partition<4>(a, lo, hi, mid)
+                               : size == 8 ? partition<8>(a, lo, hi, mid)
+                                           : partition<0>(a, lo, hi, mid);
         a.swap(lo, last);
 
         // Push the larger part, go on with the smaller one: the stack holds

@@ -7,6 +7,7 @@
 // stack come with the rest of the manager.
 #include <tarvolk/thr.h>
 
+#include <tarvolk/hashtable.h>
 #include <tarvolk/mem.h>
 #include <tarvolk/retcode.h>
 
@@ -18,11 +19,11 @@
 
 namespace {
 
-constexpr size_t thread_table_buckets = 127;
+constexpr uint32_t thread_table_buckets = 127;
 
 // The table and its lock are made once and live until the process ends:
 // threads may run past exit, so nothing here has a destructor.
-NThread **thread_table = nullptr;
+NHash *thread_table = nullptr;
 pthread_mutex_t thread_table_lock = PTHREAD_MUTEX_INITIALIZER;
 std::atomic<bool> thread_table_ready{false};
 
@@ -31,9 +32,20 @@ bool init_done = false;
 
 constexpr const char *unknown_thread_name = "UNKNOWN!";
 
-size_t bucket_of(pthread_t tid) noexcept
+// The thread id is the hash; a lookup key is a word holding an id, which
+// has the layout of a record's first field.
+static_assert(offsetof(NThread, tid) == 0, "the id leads the record");
+
+uint32_t NThreadHash(const void *key, void *)
 {
-    return static_cast<size_t>(tid) % thread_table_buckets;
+    return static_cast<uint32_t>(*static_cast<const pthread_t *>(key));
+}
+
+int NThreadComp(const void *a, const void *b, void *)
+{
+    const pthread_t x = *static_cast<const pthread_t *>(a);
+    const pthread_t y = *static_cast<const pthread_t *>(b);
+    return (x > y) - (x < y);
 }
 
 struct TableLock {
@@ -43,49 +55,32 @@ struct TableLock {
     TableLock &operator=(const TableLock &) = delete;
 };
 
-NThread *find_locked(pthread_t tid)
-{
-    for (NThread *thread = thread_table[bucket_of(tid)]; thread != nullptr;
-         thread = thread->hash_next) {
-        if (pthread_equal(thread->tid, tid))
-            return thread;
-    }
-    return nullptr;
-}
-
 NThread *find(pthread_t tid)
 {
     TableLock guard;
-    return find_locked(tid);
+    return static_cast<NThread *>(NHashFind(thread_table, &tid));
 }
 
 void insert(NThread *thread)
 {
     TableLock guard;
-    NThread *&bucket = thread_table[bucket_of(thread->tid)];
-    thread->hash_next = bucket;
-    bucket = thread;
+    NHashInsert(thread_table, thread);
 }
 
 void remove(NThread *thread)
 {
     TableLock guard;
-    for (NThread **link = &thread_table[bucket_of(thread->tid)]; *link != nullptr;
-         link = &(*link)->hash_next) {
-        if (*link == thread) {
-            *link = thread->hash_next;
-            return;
-        }
-    }
+    NHashDelete(thread_table, thread);
 }
 
 // A zeroed record of the calling thread; names longer than the field are
 // cut.
 NThread *new_record(const char *name)
 {
-    auto *thread = static_cast<NThread *>(n_calloc(1, sizeof(NThread)));
+    auto *thread = static_cast<NThread *>(NHashAlloc(sizeof(NThread)));
     if (thread == nullptr)
         return nullptr;
+    n_bzero(thread, sizeof(NThread));
     thread->tid = pthread_self();
     std::snprintf(thread->name, sizeof thread->name, "%s", name);
     thread->keep_running = 1;
@@ -101,11 +96,7 @@ int32_t thread_count()
     if (!thread_table_ready.load(std::memory_order_acquire))
         return 0;
     TableLock guard;
-    int32_t count = 0;
-    for (size_t i = 0; i < thread_table_buckets; ++i)
-        for (NThread *thread = thread_table[i]; thread != nullptr; thread = thread->hash_next)
-            ++count;
-    return count;
+    return NHashNumItems(thread_table);
 }
 
 } // namespace tvk
@@ -119,7 +110,8 @@ NRC _NThreadInitialise(void)
     if (!init_done) {
         // Only the first caller sees a failure.
         init_done = true;
-        thread_table = static_cast<NThread **>(n_calloc(thread_table_buckets, sizeof(NThread *)));
+        thread_table = NHashCreateWith(n_malloc, thread_table_buckets, NThreadHash, nullptr,
+                                       NThreadComp, nullptr);
         if (thread_table == nullptr) {
             rc = 12;
         } else {
@@ -171,7 +163,7 @@ NRC NThreadUnregister(void)
     NThread *thread = find(pthread_self());
     if (thread != nullptr) {
         remove(thread);
-        n_free(thread);
+        NHashFree(thread);
     }
     return 0;
 }

@@ -13,7 +13,6 @@ struct NThread {
     void *argument;
     int32_t keep_running;
     char error_buffer[NTHREAD_ERROR_BUFFER_SIZE];
-    NThread *hash_next; // chain of the thread table's bucket
 };
 
 extern "C" {

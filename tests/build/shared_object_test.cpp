@@ -47,6 +47,9 @@ TEST(SharedObject, DemoRuns)
     EXPECT_NE(std::string::npos, result.out.find("Process       tarvolk-demo\n"));
     EXPECT_NE(std::string::npos, result.out.find("\tlibtarvolk: 5.50.97\n"));
     EXPECT_NE(std::string::npos, result.out.find("-19  General failure\n"));
+    EXPECT_NE(std::string::npos,
+              result.out.find("in order): and:2 dog:1 fox:2 lazy:1 quick:1 the:3\n"));
+    EXPECT_NE(std::string::npos, result.out.find(" 3 7 7 19 23 42 61 88; 23 found at index 4\n"));
     const auto tartu = result.out.find("Tartu");
     const auto oslo = result.out.find("Oslo");
     ASSERT_NE(std::string::npos, tartu);
