@@ -10,7 +10,8 @@ N_BEGIN_DECLS
 
 /* An element that compare(key, element, arg) finds equal to key, else null.
    Among several equal elements, which one is found depends on the path of
-   the search. Null for a count of 0, a size of 0 or a null compare. */
+   the search. Null, without a call of compare, for a count of 0, a null
+   base, a size of 0 or a null compare. */
 NAPI void *NBinarySearch(const void *key, const void *base, size_t count, size_t size,
                          NCompareFunc compare, void *arg);
 

@@ -12,6 +12,8 @@
 #include <utility>
 #include <vector>
 
+#include "support/keyed.h"
+
 namespace {
 
 struct Rec {
@@ -20,22 +22,12 @@ struct Rec {
     int id;
 };
 
-template <int Rec::*Key> uint32_t hash_of(const void *item, void *)
-{
-    return static_cast<uint32_t>(static_cast<const Rec *>(item)->*Key);
-}
-
-template <int Rec::*Key> int compare_of(const void *a, const void *b, void *)
-{
-    const int l = static_cast<const Rec *>(a)->*Key;
-    const int r = static_cast<const Rec *>(b)->*Key;
-    return (l > r) - (l < r);
-}
-
 NDHash *new_table(uint32_t size)
 {
-    return NDHashCreateWith(n_malloc, size, hash_of<&Rec::k1>, nullptr, compare_of<&Rec::k1>,
-                            nullptr, hash_of<&Rec::k2>, nullptr, compare_of<&Rec::k2>, nullptr);
+    return NDHashCreateWith(n_malloc, size, tvk_test::hash_by<Rec, &Rec::k1>, nullptr,
+                            tvk_test::compare_by<Rec, &Rec::k1>,
+                            nullptr, tvk_test::hash_by<Rec, &Rec::k2>, nullptr,
+                            tvk_test::compare_by<Rec, &Rec::k2>, nullptr);
 }
 
 Rec *new_rec(int k1, int k2, int id)

@@ -12,24 +12,16 @@
 #include <random>
 #include <vector>
 
+#include "support/keyed.h"
+
 namespace {
 
 struct Rec {
     int key;
     int id;
 };
-
-uint32_t hash_key(const void *item, void *)
-{
-    return static_cast<uint32_t>(static_cast<const Rec *>(item)->key);
-}
-
-int compare_key(const void *a, const void *b, void *)
-{
-    const int l = static_cast<const Rec *>(a)->key;
-    const int r = static_cast<const Rec *>(b)->key;
-    return (l > r) - (l < r);
-}
+const auto hash_key = tvk_test::hash_by<Rec, &Rec::key>;
+const auto compare_key = tvk_test::compare_by<Rec, &Rec::key>;
 
 // Random inserts at both ends and beside random items, deletes of random
 // items and of their successors, and a flush half way; list order (both

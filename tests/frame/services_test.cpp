@@ -18,7 +18,7 @@
 
 namespace {
 
-TEST(ServicesTest, FixedDirectoryNames)
+TEST(ServicesTest, DirectoryNames)
 {
     const std::vector<std::pair<const char *(*)(), const char *>> names = {
         {NGetBinDir, "bin"},       {NGetLibDir, "lib"},     {NGetEtcDir, "etc"},
@@ -27,6 +27,14 @@ TEST(ServicesTest, FixedDirectoryNames)
     };
     for (const auto &[get, expected] : names)
         EXPECT_STREQ(expected, get());
+
+    // The platform directories have a buffer each, and a caller that wrote
+    // into one gets the right text at the next call.
+    char *tsm = const_cast<char *>(NGetTsmDir());
+    EXPECT_NE(static_cast<const void *>(tsm), NGetMonitorDir());
+    EXPECT_NE(static_cast<const void *>(tsm), NGetProbeDir());
+    tsm[0] = 'X';
+    EXPECT_STREQ("tsm/linux2x86", NGetTsmDir());
 }
 
 TEST(ServicesTest, PlatformIsReadOnceWithItsDefault)
@@ -50,17 +58,6 @@ TEST(ServicesTest, PlatformIsReadOnceWithItsDefault)
         EXPECT_STREQ("probes/sunos", NGetProbeDir());
         EXPECT_STREQ("sunos", NDetectPlatform());
     });
-}
-
-TEST(ServicesTest, PlatformDirectoriesAreRebuiltAtEachCall)
-{
-    // Each has its own buffer, and a caller that wrote into it gets the
-    // right text at the next call.
-    char *tsm = const_cast<char *>(NGetTsmDir());
-    EXPECT_NE(static_cast<const void *>(tsm), NGetMonitorDir());
-    EXPECT_NE(static_cast<const void *>(tsm), NGetProbeDir());
-    tsm[0] = 'X';
-    EXPECT_STREQ("tsm/linux2x86", NGetTsmDir());
 }
 
 TEST(ServicesTest, ProcessNameFallsBackToApplicationName)
@@ -121,25 +118,20 @@ TEST(ServicesTest, UnreadableHomesEndTheProcess)
         "^Fatal Error: Failed to access TARVOLKHOME directory: relative/missing$");
 }
 
-TEST(ServicesTest, ConstructPathAppendsWithoutBound)
+TEST(ServicesTest, ConstructPathWithAndWithoutBound)
 {
     char path[64];
     NConstructPath(path, "/opt", "/", "tarvolk", "/", "etc", nullptr);
     EXPECT_STREQ("/opt/tarvolk/etc", path);
     NConstructPath(path, "alone", nullptr);
     EXPECT_STREQ("alone", path);
-}
 
-struct BoundedCase {
-    uint32_t size;
-    std::vector<const char *> pieces;
-    const char *expected;
-    NRC rc;
-};
-
-TEST(ServicesTest, ConstructPathWithLengthCutsAtTheBound)
-{
-    const std::vector<BoundedCase> cases = {
+    const struct {
+        uint32_t size;
+        const char *pieces[4]; // up to the first null
+        const char *expected;
+        NRC rc;
+    } cases[] = {
         {5, {"ab", "cd", "ef"}, "abcd", NRC_FAILURE},
         {5, {"ab", "c"}, "abc", 0},
         {3, {"abcd"}, "ab", NRC_FAILURE},
@@ -150,26 +142,11 @@ TEST(ServicesTest, ConstructPathWithLengthCutsAtTheBound)
         {1, {"x", "y"}, "", NRC_FAILURE},
         {8, {"a", "bc", "def", "ghij"}, "abcdefg", NRC_FAILURE},
     };
-    for (const BoundedCase &c : cases) {
+    for (const auto &c : cases) {
         char buffer[16];
         std::memset(buffer, '#', sizeof buffer);
-        NRC rc = 0;
-        switch (c.pieces.size()) {
-        case 1:
-            rc = NConstructPathWithLength(buffer, c.size, c.pieces[0], nullptr);
-            break;
-        case 2:
-            rc = NConstructPathWithLength(buffer, c.size, c.pieces[0], c.pieces[1], nullptr);
-            break;
-        case 3:
-            rc = NConstructPathWithLength(buffer, c.size, c.pieces[0], c.pieces[1], c.pieces[2],
-                                          nullptr);
-            break;
-        default:
-            rc = NConstructPathWithLength(buffer, c.size, c.pieces[0], c.pieces[1], c.pieces[2],
-                                          c.pieces[3], nullptr);
-            break;
-        }
+        const NRC rc = NConstructPathWithLength(buffer, c.size, c.pieces[0], c.pieces[1], c.pieces[2],
+                                                c.pieces[3], nullptr);
         SCOPED_TRACE(std::to_string(c.size) + " -> " + c.expected);
         EXPECT_EQ(c.rc, rc);
         EXPECT_STREQ(c.expected, buffer);

@@ -141,18 +141,6 @@ TEST(InitialiseTest, RealStepsBringTheLibraryUp)
     });
 }
 
-TEST(InitialiseTest, ReturnCodesBeforeInitialiseHaveNoCatalog)
-{
-    TVK_IN_FRESH_PROCESS({
-        // Asking for a text first registers the tables without a catalog;
-        // NInitialise then leaves them as they are.
-        EXPECT_STREQ("Unknown thread error", NRCToString(NRC_FAILURE));
-        ASSERT_EQ(0, NInitialise("app", "stdout"));
-        EXPECT_EQ(1, tvk::rc_table_count());
-        EXPECT_STREQ("General failure", NRCToString(NRC_FAILURE));
-    });
-}
-
 TEST(InitialiseTest, MissingFamilyHomeEndsTheProcess)
 {
     EXPECT_EXIT(

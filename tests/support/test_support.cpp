@@ -68,18 +68,6 @@ void write_file(const std::string &path, const std::string &text)
     out << text;
 }
 
-namespace {
-
-std::string read_file(const std::string &path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-} // namespace
-
 CommandResult run_command(const std::string &command)
 {
     TempDir scratch;
@@ -88,12 +76,12 @@ CommandResult run_command(const std::string &command)
     const std::string full = "(" + command + ") >'" + out + "' 2>'" + err + "'";
     const int raw = std::system(full.c_str());
 
-    CommandResult result;
-    if (raw != -1 && WIFEXITED(raw))
-        result.status = WEXITSTATUS(raw);
-    result.out = read_file(out);
-    result.err = read_file(err);
-    return result;
+    auto read_file = [](const std::string &path) {
+        std::ostringstream text;
+        text << std::ifstream(path, std::ios::binary).rdbuf();
+        return text.str();
+    };
+    return CommandResult{raw != -1 && WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, read_file(out), read_file(err)};
 }
 
 } // namespace tvk_test
