@@ -23,7 +23,10 @@
 #include <tarvolk/retcode_table.h>
 #include <tarvolk/services.h>
 #include <tarvolk/shlib.h>
+#include <tarvolk/stopwatch.h>
 #include <tarvolk/thr.h>
+#include <tarvolk/time.h>
+#include <tarvolk/timeval.h>
 #include <tarvolk/tree.h>
 #include <tarvolk/wstring.h>
 
