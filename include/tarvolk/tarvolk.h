@@ -24,6 +24,7 @@
 #include <tarvolk/services.h>
 #include <tarvolk/shlib.h>
 #include <tarvolk/stopwatch.h>
+#include <tarvolk/string.h>
 #include <tarvolk/thr.h>
 #include <tarvolk/time.h>
 #include <tarvolk/timeval.h>
