@@ -5,6 +5,7 @@
 #define TARVOLK_TARVOLK_H
 
 #include <tarvolk/bsearch.h>
+#include <tarvolk/buffer.h>
 #include <tarvolk/common.h>
 #include <tarvolk/convert.h>
 #include <tarvolk/debug.h>
