@@ -4,6 +4,7 @@
  * Run it through `make demo`, which points TARVOLKHOME and ZIMBRELHOME at a
  * small installation tree in the build folder.
  */
+#include <pthread.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -183,6 +184,94 @@ static int show_containers(void)
     return 0;
 }
 
+/* Work shared by the main thread and a worker: numbers parsed from text are
+   handed over one at a time through a semaphore and summed under a mutex. */
+struct handover {
+    NSemaphore *ready;
+    NSemaphore *taken;
+    NMutex *lock;
+    int32_t value;
+    int64_t sum;
+    int done;
+};
+
+static void *sum_worker(void *arg)
+{
+    struct handover *h = arg;
+
+    for (;;) {
+        NSemaphoreWait(h->ready);
+        NMutexLock(h->lock);
+        if (h->done) {
+            NMutexUnlock(h->lock);
+            return NULL;
+        }
+        h->sum += h->value;
+        NMutexUnlock(h->lock);
+        NSemaphorePost(h->taken);
+    }
+}
+
+/* Parses numbers in several notations, sums them in a worker thread, times
+   the run with a stopwatch and writes the report into a growable buffer. */
+static int show_text_and_threads(void)
+{
+    static const char *const texts[] = {"42", "0x10", "010", "  -7", "3000000000", "12abc"};
+    struct handover h = {NULL, NULL, NULL, 0, 0, 0};
+    NStopWatch *watch = NULL;
+    NBuffer report;
+    pthread_t worker;
+    char *quoted = NULL;
+    char when[N_CTIME_BUFFER_SIZE];
+    time_t future = 2208988800; /* 2040-01-01 */
+    size_t i;
+    int rc = 0;
+
+    nb_init(&report);
+    if (NSemaphoreCreateN(0, &h.ready) != 0 || NSemaphoreCreateN(0, &h.taken) != 0 ||
+        NMutexCreate("demo sum", &h.lock) != 0 || NStopWatchCreate(&watch) != 0 ||
+        pthread_create(&worker, NULL, sum_worker, &h) != 0)
+        return 12;
+    NStopWatchStart(watch);
+    nb_strcat(&report, "\nNumbers read by NStringToInteger:");
+    for (i = 0; i < sizeof texts / sizeof texts[0]; i++) {
+        int32_t value = 0;
+        NStringToInteger(texts[i], &value);
+        nb_sprintf(&report, " \"%s\"=%d", texts[i], (int)value);
+        NMutexLock(h.lock);
+        h.value = value;
+        NMutexUnlock(h.lock);
+        NSemaphorePost(h.ready);
+        NSemaphoreWait(h.taken);
+    }
+    NMutexLock(h.lock);
+    h.done = 1;
+    NMutexUnlock(h.lock);
+    NSemaphorePost(h.ready);
+    pthread_join(worker, NULL);
+    NStopWatchStop(watch);
+
+    if (NStringQuoted("it's a \"quoted\"\ttext", &quoted) == 0) {
+        nb_sprintf(&report, "\nSummed by a worker thread: %lld\nQuoted for a properties file: %s\n",
+                   (long long)h.sum, quoted);
+        n_free(quoted);
+    }
+    nb_sprintf(&report, "A time past 2038: %s", n_ctime(&future, when));
+    nb_sprintf(&report, "Hand-over of %d numbers took %.6f s (stopwatch)\n\n",
+               (int)(sizeof texts / sizeof texts[0]), NStopWatchGetElapsed(watch));
+    if (nb_strval(&report) == NULL)
+        rc = 12;
+    else
+        fputs(nb_strval(&report), stdout);
+
+    nb_free(&report);
+    NStopWatchDestroy(watch);
+    NMutexDestroy(h.lock);
+    NSemaphoreDestroy(h.taken);
+    NSemaphoreDestroy(h.ready);
+    return rc;
+}
+
 int main(void)
 {
     NRC rc = NInitialise("demo", "stdout");
@@ -199,6 +288,8 @@ int main(void)
     rc = show_containers();
     if (rc == 0)
         rc = show_sorted_list();
+    if (rc == 0)
+        rc = show_text_and_threads();
 
     NShutdown();
     return rc == 0 ? 0 : 1;
