@@ -1,13 +1,17 @@
 // NSemaphore: a counting semaphore made of a count, a mutex and a condition.
 #include <pthread.h>
 
+#include <atomic>
 #include <cerrno>
+#include <new>
 
 #include <tarvolk/mem.h>
 #include <tarvolk/semaph.h>
 
 struct NSemaphore {
-    int32_t count;
+    // Changed only under mutex; atomic so that NSemaphoreTry can see an
+    // empty semaphore without taking the mutex.
+    std::atomic<int32_t> count;
     pthread_mutex_t mutex;
     pthread_cond_t cond;
     int32_t waiters; // threads inside NSemaphoreWait's wait, under mutex
@@ -18,12 +22,12 @@ namespace {
 // Adds amount to the count, kept within 32 bits.
 void add_to_count(NSemaphore *semaphore, int32_t amount)
 {
-    int64_t count = static_cast<int64_t>(semaphore->count) + amount;
+    int64_t count = static_cast<int64_t>(semaphore->count.load(std::memory_order_relaxed)) + amount;
     if (count > INT32_MAX)
         count = INT32_MAX;
     else if (count < INT32_MIN)
         count = INT32_MIN;
-    semaphore->count = static_cast<int32_t>(count);
+    semaphore->count.store(static_cast<int32_t>(count), std::memory_order_relaxed);
 }
 
 } // namespace
@@ -34,9 +38,10 @@ NRC NSemaphoreCreateN(int32_t count, NSemaphore **semaphore)
 {
     if (semaphore == nullptr)
         return EINVAL;
-    auto *created = static_cast<NSemaphore *>(n_malloc(sizeof(NSemaphore)));
-    if (created == nullptr)
+    void *memory = n_malloc(sizeof(NSemaphore));
+    if (memory == nullptr)
         return ENOMEM;
+    auto *created = new (memory) NSemaphore;
     int rc = pthread_mutex_init(&created->mutex, nullptr);
     if (rc != 0) {
         n_free(created);
@@ -48,7 +53,7 @@ NRC NSemaphoreCreateN(int32_t count, NSemaphore **semaphore)
         n_free(created);
         return rc;
     }
-    created->count = count;
+    created->count.store(count, std::memory_order_relaxed);
     created->waiters = 0;
     *semaphore = created;
     return 0;
@@ -73,12 +78,13 @@ NRC NSemaphoreWait(NSemaphore *semaphore)
     if (semaphore == nullptr)
         return EINVAL;
     pthread_mutex_lock(&semaphore->mutex);
-    while (semaphore->count < 1) {
+    while (semaphore->count.load(std::memory_order_relaxed) < 1) {
         ++semaphore->waiters;
         pthread_cond_wait(&semaphore->cond, &semaphore->mutex);
         --semaphore->waiters;
     }
-    --semaphore->count;
+    semaphore->count.store(semaphore->count.load(std::memory_order_relaxed) - 1,
+                           std::memory_order_relaxed);
     pthread_mutex_unlock(&semaphore->mutex);
     return 0;
 }
@@ -87,10 +93,15 @@ NRC NSemaphoreTry(NSemaphore *semaphore)
 {
     if (semaphore == nullptr)
         return EINVAL;
+    // An empty semaphore answers at once; the answer is the one a locked
+    // look would have given an instant earlier.
+    if (semaphore->count.load(std::memory_order_relaxed) < 1)
+        return EAGAIN;
     NRC rc = EAGAIN;
     pthread_mutex_lock(&semaphore->mutex);
-    if (semaphore->count >= 1) {
-        --semaphore->count;
+    if (semaphore->count.load(std::memory_order_relaxed) >= 1) {
+        semaphore->count.store(semaphore->count.load(std::memory_order_relaxed) - 1,
+                           std::memory_order_relaxed);
         rc = 0;
     }
     pthread_mutex_unlock(&semaphore->mutex);
