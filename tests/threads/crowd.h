@@ -1,5 +1,5 @@
-// Helpers of the lock tests: bounded polling and a crowd of threads that can
-// be nudged until they have all come back.
+// Helpers of the lock tests: bounded polling, a crowd of threads that can be
+// nudged until they have all come back, and null-argument tables.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <initializer_list>
 #include <thread>
 #include <vector>
 
@@ -16,12 +17,10 @@ namespace tvk_test {
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
-// Polls pred until it holds, for at most `limit'. A passing test never waits
-// the limit out; it only bounds a failing one.
+// Polls pred until it holds, for at most `limit': that only bounds a failing test.
 template <typename Pred> bool eventually(Pred pred, milliseconds limit = milliseconds(5000))
 {
-    const auto end = Clock::now() + limit;
-    while (!pred()) {
+    for (const auto end = Clock::now() + limit; !pred();) {
         if (Clock::now() >= end)
             return pred();
         std::this_thread::sleep_for(std::chrono::microseconds(200));
@@ -29,28 +28,18 @@ template <typename Pred> bool eventually(Pred pred, milliseconds limit = millise
     return true;
 }
 
-inline void pause_ms(int count)
-{
-    std::this_thread::sleep_for(milliseconds(count));
-}
+inline void pause_ms(int count) { std::this_thread::sleep_for(milliseconds(count)); }
 
-// Whether the running test has failed so far: repeated rounds stop at the
-// first failing one.
-inline bool failing()
-{
-    return ::testing::Test::HasFailure();
-}
+inline bool failing() { return ::testing::Test::HasFailure(); } // ends repeated rounds
 
-// Milliseconds since `start' on the monotonic clock.
 inline double ms_since(Clock::time_point start)
 {
     return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 }
 
-// Waits (bounded) until a stage counter has reached `stage'.
-inline bool reach(const std::atomic<int> &counter, int stage)
+inline bool reach(const std::atomic<int> &stage_counter, int stage)
 {
-    return eventually([&] { return counter.load() >= stage; });
+    return eventually([&] { return stage_counter.load() >= stage; });
 }
 
 // `count' threads, each running body(index).
@@ -94,10 +83,19 @@ private:
     std::vector<std::thread> threads_;
 };
 
-// Runs fn in a thread of its own and waits for it.
-template <typename Fn> void in_thread(Fn fn)
+template <typename Fn> void in_thread(Fn fn) { std::thread(fn).join(); }
+
+// A call with a null argument, its result and the result it must give.
+struct NullCase {
+    const char *what;
+    long got, expected;
+};
+#define NULL_CASE(call, expected) ::tvk_test::NullCase{#call, call, expected}
+
+inline void expect_results(std::initializer_list<NullCase> cases)
 {
-    std::thread(fn).join();
+    for (const auto &c : cases)
+        EXPECT_EQ(c.expected, c.got) << c.what;
 }
 
 } // namespace tvk_test

@@ -6,7 +6,9 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
+#include <utility>
 
 #include <tarvolk/event.h>
 #include <tarvolk/gate.h>
@@ -20,30 +22,29 @@ namespace {
 
 using namespace tvk_test;
 
+// Each row posts `post' (none when 0) and then expects `takes' tries to
+// succeed and the next one to fail: a refused try leaves 0, not less.
 TEST(SemaphoreTest, TryTakesOnlyWhatIsThere)
 {
-    NSemaphore *s = nullptr;
-    ASSERT_EQ(0, NSemaphoreCreateN(2, &s));
-    EXPECT_EQ(0, NSemaphoreTry(s));
-    EXPECT_EQ(0, NSemaphoreTry(s));
-    EXPECT_EQ(EAGAIN, NSemaphoreTry(s));
-    EXPECT_EQ(EAGAIN, NSemaphoreTry(s)); // a refused try leaves 0, not less
-    EXPECT_EQ(0, NSemaphorePost(s));
-    EXPECT_EQ(0, NSemaphoreTry(s));
-    EXPECT_EQ(0, NSemaphorePostN(s, -2)); // -2
-    EXPECT_EQ(0, NSemaphorePostN(s, 0));
-    EXPECT_EQ(0, NSemaphorePostN(s, 2)); // 0
-    EXPECT_EQ(EAGAIN, NSemaphoreTry(s));
-    EXPECT_EQ(0, NSemaphorePostN(s, 3));
-    for (int i = 0; i < 3; ++i)
-        EXPECT_EQ(0, NSemaphoreTry(s));
-    EXPECT_EQ(EAGAIN, NSemaphoreTry(s));
-    EXPECT_EQ(0, NSemaphoreDestroy(s));
-
-    ASSERT_EQ(0, NSemaphoreCreateN(-1, &s));
-    EXPECT_EQ(0, NSemaphorePost(s));
-    EXPECT_EQ(EAGAIN, NSemaphoreTry(s));
-    EXPECT_EQ(0, NSemaphoreDestroy(s));
+    const struct {
+        int32_t start;
+        std::initializer_list<std::pair<int32_t, int>> steps; // post, takes
+    } cases[] = {
+        {2, {{0, 2}, {0, 0}, {1, 1}, {-2, 0}, {0, 0}, {2, 0}, {3, 3}}},
+        {-1, {{1, 0}, {1, 1}}},
+    };
+    for (const auto &c : cases) {
+        NSemaphore *s = nullptr;
+        ASSERT_EQ(0, NSemaphoreCreateN(c.start, &s));
+        for (const auto &[post, takes] : c.steps) {
+            SCOPED_TRACE(testing::Message() << "start " << c.start << ", post " << post);
+            EXPECT_EQ(0, post == 1 ? NSemaphorePost(s) : NSemaphorePostN(s, post));
+            for (int i = 0; i < takes; ++i)
+                EXPECT_EQ(0, NSemaphoreTry(s));
+            EXPECT_EQ(EAGAIN, NSemaphoreTry(s));
+        }
+        EXPECT_EQ(0, NSemaphoreDestroy(s));
+    }
 }
 
 // Five sleepers: PostN(3) lets exactly three through, PostN(-2) nobody, and
@@ -58,18 +59,13 @@ TEST(SemaphoreTest, PostNWakesAsManyAsTheCountAllows)
             EXPECT_EQ(0, NSemaphoreWait(s));
             ++passed;
         });
-        auto settles_at = [&](int count) {
-            EXPECT_TRUE(eventually([&] { return passed >= count; })) << "round " << round;
+        const std::pair<int32_t, int> steps[] = {{0, 0}, {3, 3}, {-2, 3}, {3, 4}}; // post, passed
+        for (const auto &[post, settles_at] : steps) {
+            EXPECT_EQ(0, NSemaphorePostN(s, post));
+            EXPECT_TRUE(eventually([&] { return passed >= settles_at; })) << "round " << round;
             pause_ms(3);
-            EXPECT_EQ(count, passed) << "round " << round;
-        };
-        settles_at(0);
-        EXPECT_EQ(0, NSemaphorePostN(s, 3));
-        settles_at(3);
-        EXPECT_EQ(0, NSemaphorePostN(s, -2)); // -2
-        settles_at(3);
-        EXPECT_EQ(0, NSemaphorePostN(s, 3)); // 1
-        settles_at(4);
+            EXPECT_EQ(settles_at, passed) << "round " << round << ", post " << post;
+        }
         EXPECT_EQ(0, NSemaphorePost(s));
         sleepers.finish([] {});
         EXPECT_EQ(EAGAIN, NSemaphoreTry(s));
@@ -77,8 +73,7 @@ TEST(SemaphoreTest, PostNWakesAsManyAsTheCountAllows)
     }
 }
 
-// Producers and consumers balance: every post is taken exactly once and the
-// count ends at 0.
+// Every post is taken exactly once and the count ends at 0.
 TEST(SemaphoreTest, ProducersAndConsumersBalance)
 {
     constexpr int pairs = 3, units = 300; // each producer posts `units'
@@ -93,12 +88,11 @@ TEST(SemaphoreTest, ProducersAndConsumersBalance)
                         EXPECT_EQ(0, NSemaphorePost(s));
                         EXPECT_EQ(0, NSemaphorePostN(s, 2));
                     }
-                } else { // a consumer, by waits and tries
-                    for (int n = 0; n < units; ++n) {
-                        if (n % 2 == 0 || NSemaphoreTry(s) != 0) {
-                            EXPECT_EQ(0, NSemaphoreWait(s));
-                        }
-                        ++taken;
+                    return;
+                }
+                for (int n = 0; n < units; ++n, ++taken) { // a consumer, by waits and tries
+                    if (n % 2 == 0 || NSemaphoreTry(s) != 0) {
+                        EXPECT_EQ(0, NSemaphoreWait(s));
                     }
                 }
             });
@@ -128,23 +122,18 @@ TEST_F(EventTest, SignalWithNobodyWaitingLeavesNoTrace)
 
 TEST_F(EventTest, TimedWaitGivesZeroWhenTheTimeRunsOut)
 {
-    const struct {
-        const char *what;
-        NRC (*wait)(NEvent *, uint32_t);
-    } cases[] = {
-        {"NEventTimedWait", NEventTimedWait},
-        {"NEventTimedWaitAlreadyLocked", [](NEvent *event, uint32_t ms) {
-             NEventLock(event);
-             NRC rc = NEventTimedWaitAlreadyLocked(event, ms);
-             NEventUnlock(event);
-             return rc;
-         }},
+    auto locked_wait = [](NEvent *event, uint32_t ms) {
+        NEventLock(event);
+        const NRC rc = NEventTimedWaitAlreadyLocked(event, ms);
+        NEventUnlock(event);
+        return rc;
     };
-    for (const auto &c : cases) {
-        EXPECT_EQ(0, c.wait(e, 0)) << c.what;
+    for (auto *wait : {+locked_wait, NEventTimedWait}) {
+        SCOPED_TRACE(wait == NEventTimedWait ? "NEventTimedWait" : "NEventTimedWaitAlreadyLocked");
+        EXPECT_EQ(0, wait(e, 0));
         const auto start = Clock::now();
-        EXPECT_EQ(0, c.wait(e, 50)) << c.what;
-        EXPECT_GE(ms_since(start), 49.0) << c.what;
+        EXPECT_EQ(0, wait(e, 50));
+        EXPECT_GE(ms_since(start), 49.0);
     }
 }
 
@@ -202,8 +191,7 @@ TEST(GateTest, ReleasePassesPresentWaitersOpenPassesEveryone)
             return waiters;
         };
         blocked_at_gate(3)->finish([&] { NGateRelease(g); });
-        // Released, the gate is still closed for those who come later.
-        auto late = blocked_at_gate(1);
+        auto late = blocked_at_gate(1); // released, the gate is still closed
         EXPECT_EQ(0, NGateOpen(g));
         late->finish([] {}); // one opening is enough
         for (int i = 0; i < 3; ++i)
@@ -222,64 +210,44 @@ void count_once()
     ++once_calls;
 }
 
-TEST(OnceTest, OneTimeInitialiseRunsTheFunctionOnce)
+TEST(OnceTest, TheFunctionRunsOnceBeforeAnyCallerReturns)
 {
-    for (int round = 0; round < 30 && !failing(); ++round) {
-        pthread_once_t control = PTHREAD_ONCE_INIT;
-        once_calls = 0;
-        {
-            Crowd callers(4, [&](int) {
-                EXPECT_EQ(0, NOneTimeInitialise(&control, count_once));
-                EXPECT_EQ(1, once_calls); // done before anyone returns
-            });
+    for (auto *initialise : {NOneTimeInitialise, NOnceFunc}) {
+        for (int round = 0; round < 30 && !failing(); ++round) {
+            pthread_once_t control = PTHREAD_ONCE_INIT;
+            once_calls = 0;
+            {
+                Crowd callers(4, [&](int) {
+                    EXPECT_EQ(0, initialise(&control, count_once));
+                    EXPECT_EQ(1, once_calls);
+                });
+            }
+            EXPECT_EQ(0, initialise(&control, count_once));
+            EXPECT_EQ(1, once_calls);
         }
-        EXPECT_EQ(1, once_calls);
-        EXPECT_EQ(0, NOneTimeInitialise(&control, count_once));
-        EXPECT_EQ(1, once_calls);
     }
-    pthread_once_t control = PTHREAD_ONCE_INIT;
-    once_calls = 0;
-    EXPECT_EQ(0, NOnceFunc(&control, count_once));
-    EXPECT_EQ(0, NOnceFunc(&control, count_once));
-    EXPECT_EQ(1, once_calls);
 }
-
-#define NULL_CASE(call, expected) {#call, call, expected}
 
 TEST(SyncNullTest, NullArgumentsAreRefused)
 {
     pthread_once_t control = PTHREAD_ONCE_INIT;
-    const struct {
-        const char *what;
-        NRC got, expected;
-    } cases[] = {
-        NULL_CASE(NSemaphoreCreateN(1, nullptr), EINVAL),
-        NULL_CASE(NSemaphoreDestroy(nullptr), EINVAL),
-        NULL_CASE(NSemaphoreWait(nullptr), EINVAL),
-        NULL_CASE(NSemaphoreTry(nullptr), EINVAL),
-        NULL_CASE(NSemaphorePost(nullptr), EINVAL),
-        NULL_CASE(NSemaphorePostN(nullptr, 2), EINVAL),
-        NULL_CASE(NEventCreate(nullptr), EINVAL),
-        NULL_CASE(NEventDestroy(nullptr), EINVAL),
-        NULL_CASE(NEventLock(nullptr), EINVAL),
-        NULL_CASE(NEventUnlock(nullptr), EINVAL),
-        NULL_CASE(NEventWait(nullptr), EINVAL),
+    expect_results({
+        NULL_CASE(NSemaphoreCreateN(1, nullptr), EINVAL), NULL_CASE(NEventCreate(nullptr), EINVAL),
+        NULL_CASE(NSemaphoreDestroy(nullptr), EINVAL), NULL_CASE(NSemaphoreWait(nullptr), EINVAL),
+        NULL_CASE(NSemaphoreTry(nullptr), EINVAL), NULL_CASE(NSemaphorePostN(nullptr, 2), EINVAL),
+        NULL_CASE(NEventDestroy(nullptr), EINVAL), NULL_CASE(NEventLock(nullptr), EINVAL),
+        NULL_CASE(NEventUnlock(nullptr), EINVAL), NULL_CASE(NEventWait(nullptr), EINVAL),
         NULL_CASE(NEventWaitAlreadyLocked(nullptr), EINVAL),
+        NULL_CASE(NEventSignal(nullptr), EINVAL),
         NULL_CASE(NEventTimedWait(nullptr, 10), EINVAL),
         NULL_CASE(NEventTimedWaitAlreadyLocked(nullptr, 10), EINVAL),
-        NULL_CASE(NEventSignal(nullptr), EINVAL),
-        NULL_CASE(NGateCreate(nullptr), EINVAL),
-        NULL_CASE(NGateDestroy(nullptr), EINVAL),
-        NULL_CASE(NGateWait(nullptr), EINVAL),
-        NULL_CASE(NGateClose(nullptr), EINVAL),
-        NULL_CASE(NGateOpen(nullptr), EINVAL),
-        NULL_CASE(NGateRelease(nullptr), EINVAL),
+        NULL_CASE(NGateCreate(nullptr), EINVAL), NULL_CASE(NGateDestroy(nullptr), EINVAL),
+        NULL_CASE(NGateWait(nullptr), EINVAL), NULL_CASE(NGateClose(nullptr), EINVAL),
+        NULL_CASE(NGateOpen(nullptr), EINVAL), NULL_CASE(NGateRelease(nullptr), EINVAL),
         NULL_CASE(NOneTimeInitialise(nullptr, count_once), EINVAL),
         NULL_CASE(NOneTimeInitialise(&control, nullptr), EINVAL),
         NULL_CASE(NOnceFunc(nullptr, count_once), 0),
-    };
-    for (const auto &c : cases)
-        EXPECT_EQ(c.expected, c.got) << c.what;
+    });
 }
 
 } // namespace

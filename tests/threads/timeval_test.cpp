@@ -12,10 +12,7 @@ using Pair = std::pair<long long, long long>; // seconds, microseconds
 
 struct timeval tv(Pair p)
 {
-    struct timeval t;
-    t.tv_sec = static_cast<time_t>(p.first);
-    t.tv_usec = static_cast<suseconds_t>(p.second);
-    return t;
+    return {static_cast<time_t>(p.first), static_cast<suseconds_t>(p.second)};
 }
 
 Pair pair(const struct timeval &t)
