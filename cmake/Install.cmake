@@ -6,6 +6,11 @@ install(TARGETS tarvolk_r
         EXPORT tarvolk_rTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+# libtvkcrypt.so.1 beside it (found through libtarvolk_r's RUNPATH $ORIGIN),
+# without a link-time name or header: nothing links it but libtarvolk_r.
+install(TARGETS tvkcrypt
+        EXPORT tarvolk_rTargets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_SKIP)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/tarvolk
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
         FILES_MATCHING PATTERN "*.h")

@@ -13,6 +13,7 @@ binutils
 libicu-dev
 libtre-dev
 libssl-dev
+libcrypt-dev
 libgtest-dev
 libgmock-dev
 libbenchmark-dev

@@ -40,6 +40,16 @@ endif()
 get_filename_component(libdir ${soname_links} DIRECTORY)
 get_filename_component(pcdir ${pc_files} DIRECTORY)
 
+# libtvkcrypt.so.1 beside it, found through libtarvolk_r's RUNPATH; its
+# header and a link-time name stay private.
+if(NOT EXISTS ${libdir}/libtvkcrypt.so.1)
+    message(FATAL_ERROR "libtvkcrypt.so.1 not installed beside libtarvolk_r")
+endif()
+file(GLOB_RECURSE private_files ${prefix}/*tvkcrypt.h ${prefix}/*/libtvkcrypt.so)
+if(private_files)
+    message(FATAL_ERROR "private parts of libtvkcrypt installed: ${private_files}")
+endif()
+
 # The README's example, taken from the README itself.
 file(READ ${SOURCE_DIR}/README.md readme)
 if(NOT readme MATCHES "<!-- example -->[^`]*```c\n(.*)```\n<!-- /example -->")
@@ -90,4 +100,8 @@ run(${CMAKE_COMMAND} -E env ${run_env} ${consumer}/build/consumer)
 if(NOT run_output STREQUAL "tar/vol -19 Unknown thread error\n")
     message(FATAL_ERROR "CMake consumer printed: '${run_output}'")
 endif()
+# Without LD_LIBRARY_PATH: the consumer's RUNPATH finds libtarvolk_r, whose
+# own ($ORIGIN) finds libtvkcrypt.
+list(FILTER run_env EXCLUDE REGEX "^LD_LIBRARY_PATH=")
+run(${CMAKE_COMMAND} -E env --unset=LD_LIBRARY_PATH ${run_env} ${consumer}/build/consumer)
 message(STATUS "installed tree consumed through pkg-config and CMake")

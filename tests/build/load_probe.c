@@ -1,6 +1,8 @@
 /*
  * load_probe LIBRARY - loads the shared library with dlopen, prints its
- * revision list, and unloads it again. Exit status 0 on success.
+ * revision list, and unloads it again. Exit status 0 on success. The log
+ * hook of libtvkcrypt, which the library needs, must be reachable through
+ * the library's handle.
  */
 #include <dlfcn.h>
 #include <stdio.h>
@@ -26,7 +28,8 @@ int main(int argc, char **argv)
     }
     *(void **)&version_string = dlsym(library, "NVersionInfoString");
     *(void **)&n_free_ptr = dlsym(library, "n_free");
-    if (version_string == NULL || n_free_ptr == NULL) {
+    if (version_string == NULL || n_free_ptr == NULL ||
+        dlsym(library, "TVKUTILSRegisterLogCB") == NULL) {
         fprintf(stderr, "dlsym: %s\n", dlerror());
         return 1;
     }
