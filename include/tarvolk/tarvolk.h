@@ -8,6 +8,7 @@
 #include <tarvolk/buffer.h>
 #include <tarvolk/common.h>
 #include <tarvolk/convert.h>
+#include <tarvolk/crypt.h>
 #include <tarvolk/debug.h>
 #include <tarvolk/dhash.h>
 #include <tarvolk/event.h>
