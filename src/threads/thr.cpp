@@ -1,17 +1,27 @@
 // The thread manager: the records of the threads that the library knows,
-// and thread-specific data keys.
+// spawning with a start hand-shake, the cooperative stop flag, the
+// exception stack, and thread-specific data keys.
 //
-// This is the part of the manager that return code texts need: the table
-// of records, the record of the main thread, records made on first use,
-// and the error buffer. Spawning, the stop protocol and the exception
-// stack come with the rest of the manager.
+// A thread finds its own record through a key of its own rather than by
+// its id: the system reuses the id of an ended thread, but a new thread
+// always starts with an empty key, so it can never be handed the record
+// of a dead one. The table keyed by id stays the registry that others
+// search. When a thread that the library didn't start ends, the key's
+// destructor takes its record out of the table and frees it.
 #include <tarvolk/thr.h>
 
+#include <tarvolk/buffer.h>
 #include <tarvolk/hashtable.h>
+#include <tarvolk/lmutex.h>
 #include <tarvolk/mem.h>
+#include <tarvolk/once.h>
 #include <tarvolk/retcode.h>
+#include <tarvolk/time.h>
 
 #include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
@@ -20,17 +30,48 @@
 namespace {
 
 constexpr uint32_t thread_table_buckets = 127;
-
-// The table and its lock are made once and live until the process ends:
-// threads may run past exit, so nothing here has a destructor.
-NHash *thread_table = nullptr;
-pthread_mutex_t thread_table_lock = PTHREAD_MUTEX_INITIALIZER;
-std::atomic<bool> thread_table_ready{false};
-
-pthread_mutex_t init_lock = PTHREAD_MUTEX_INITIALIZER;
-bool init_done = false;
-
 constexpr const char *unknown_thread_name = "UNKNOWN!";
+// The system keeps 15 bytes of a thread's name, and a terminator.
+constexpr size_t system_name_size = 16;
+
+// Process-wide state. Threads may run past exit, so nothing here has a
+// destructor: plain pointers and words, made once and never released.
+pthread_once_t init_lock_once = PTHREAD_ONCE_INIT;
+NLightMutex *init_lock = nullptr;
+NRC locknrc = 0;
+bool init_done = false; // under init_lock
+
+NHash *thread_table = nullptr;
+// Non-null once the table and the key exist; the manager is initialised.
+std::atomic<NLightMutex *> thread_table_lock{nullptr};
+// Each thread's own record.
+pthread_key_t self_key;
+
+// ---- log call-out ----
+//
+// LOG CALL-OUT: stands in for the log manager until the thread layer is
+// wired to it (catalog libtarvolk_catalog, set 4, the given message number;
+// debug lines under the facility "thread"). Until then debug lines are
+// dropped and error lines go to standard error.
+constexpr int log_level_debug = 1;
+constexpr int log_level_error = 4;
+
+void thread_log(int level, int32_t number, const char *format, ...) N_PRINTF(3, 4);
+
+void thread_log(int level, int32_t number, const char *format, ...)
+{
+    (void)number;
+    if (level < log_level_error)
+        return;
+    va_list args;
+    va_start(args, format);
+    char line[NTHREAD_ERROR_BUFFER_SIZE + 128];
+    std::vsnprintf(line, sizeof line, format, args);
+    va_end(args);
+    std::fprintf(stderr, "%s\n", line);
+}
+
+// ---- the table ----
 
 // The thread id is the hash; a lookup key is a word holding an id, which
 // has the layout of a record's first field.
@@ -48,18 +89,21 @@ int NThreadComp(const void *a, const void *b, void *)
     return (x > y) - (x < y);
 }
 
-struct TableLock {
-    TableLock() { pthread_mutex_lock(&thread_table_lock); }
-    ~TableLock() { pthread_mutex_unlock(&thread_table_lock); }
+// Holds thread_table_lock. Nothing that blocks, logs or takes another lock
+// runs under it.
+class TableLock {
+public:
+    TableLock() : lock_(thread_table_lock.load(std::memory_order_acquire))
+    {
+        NLightMutexLock(lock_);
+    }
+    ~TableLock() { NLightMutexUnlock(lock_); }
     TableLock(const TableLock &) = delete;
     TableLock &operator=(const TableLock &) = delete;
-};
 
-NThread *find(pthread_t tid)
-{
-    TableLock guard;
-    return static_cast<NThread *>(NHashFind(thread_table, &tid));
-}
+private:
+    NLightMutex *lock_;
+};
 
 void insert(NThread *thread)
 {
@@ -73,18 +117,153 @@ void remove(NThread *thread)
     NHashDelete(thread_table, thread);
 }
 
-// A zeroed record of the calling thread; names longer than the field are
-// cut.
-NThread *new_record(const char *name)
+void copy_name(NThread *thread, const char *name)
+{
+    std::snprintf(thread->name, sizeof thread->name, "%s", name);
+}
+
+// The system's copy of a name, cut to what it keeps.
+void set_system_name(const char *name)
+{
+    char cut[system_name_size];
+    size_t length = strnlen(name, sizeof cut - 1);
+    std::memcpy(cut, name, length);
+    cut[length] = '\0';
+    pthread_setname_np(pthread_self(), cut);
+}
+
+NThread *alloc_record(const char *name)
 {
     auto *thread = static_cast<NThread *>(NHashAlloc(sizeof(NThread)));
     if (thread == nullptr)
         return nullptr;
     n_bzero(thread, sizeof(NThread));
-    thread->tid = pthread_self();
-    std::snprintf(thread->name, sizeof thread->name, "%s", name);
+    copy_name(thread, name);
     thread->keep_running = 1;
     return thread;
+}
+
+void free_record(NThread *thread)
+{
+    if (thread->start_semaphore != nullptr)
+        NSemaphoreDestroy(thread->start_semaphore);
+    if (thread->stop_semaphore != nullptr)
+        NSemaphoreDestroy(thread->stop_semaphore);
+    NHashFree(thread);
+}
+
+// Records that a dead thread with the caller's id left in the table. Only
+// records the library didn't spawn are freed: a kept record of a spawned
+// thread waits for NThreadDestroy.
+void drop_stale_records(pthread_t self)
+{
+    for (;;) {
+        NThread *stale = nullptr;
+        {
+            TableLock guard;
+            for (auto *item = static_cast<NThread *>(NHashFind(thread_table, &self));
+                 item != nullptr; item = static_cast<NThread *>(NHashNext(thread_table, item)))
+                if (item->start_semaphore == nullptr) {
+                    stale = item;
+                    NHashDelete(thread_table, stale);
+                    break;
+                }
+        }
+        if (stale == nullptr)
+            return;
+        NHashFree(stale);
+    }
+}
+
+// A new record of the calling thread, in the table and in its key. Only the
+// thread itself adds a record for its id, so looking up first and inserting
+// afterwards cannot race.
+NThread *adopt(const char *name)
+{
+    NThread *thread = alloc_record(name);
+    if (thread == nullptr)
+        return nullptr;
+    thread->tid = pthread_self();
+    if (pthread_setspecific(self_key, thread) != 0) {
+        NHashFree(thread);
+        return nullptr;
+    }
+    drop_stale_records(thread->tid);
+    insert(thread);
+    return thread;
+}
+
+// Destructor of self_key: a thread that the library didn't start ended
+// with its record.
+void release_self(void *record)
+{
+    auto *thread = static_cast<NThread *>(record);
+    remove(thread);
+    NHashFree(thread);
+}
+
+NThread *self_record()
+{
+    return static_cast<NThread *>(pthread_getspecific(self_key));
+}
+
+bool initialised()
+{
+    return thread_table_lock.load(std::memory_order_acquire) != nullptr;
+}
+
+void make_init_lock()
+{
+    locknrc = NLightMutexCreate("_NThreadInitialise lock", &init_lock);
+}
+
+// Steps of the first initialisation, under init_lock.
+NRC first_initialise()
+{
+    thread_table = NHashCreateWith(n_malloc, thread_table_buckets, NThreadHash, nullptr,
+                                   NThreadComp, nullptr);
+    if (thread_table == nullptr)
+        return 12;
+    NLightMutex *lock = nullptr;
+    NRC rc = NLightMutexCreate("ThreadTableLock", &lock);
+    if (rc != 0)
+        return rc;
+    rc = pthread_key_create(&self_key, release_self);
+    if (rc != 0)
+        return rc;
+    thread_table_lock.store(lock, std::memory_order_release);
+    return adopt("MAIN") == nullptr ? 12 : 0;
+}
+
+// Start routine of every spawned thread.
+void *NThreadWrapper(void *argument)
+{
+    auto *thread = static_cast<NThread *>(argument);
+    thread_log(log_level_debug, 50, "THREAD MGR: thread %s (%p) running", thread->name,
+               static_cast<void *>(thread));
+    // The spawner posts only once the record is in the table and its
+    // out-pointer is set.
+    NSemaphoreWait(thread->start_semaphore);
+    pthread_setspecific(self_key, thread);
+    set_system_name(thread->name);
+
+    thread->exit_code = thread->function(thread, thread->argument);
+    if (thread->exit_code != 0)
+        thread_log(log_level_error, 8, "THREAD MGR: thread %s (%p) *EXIT*: %s", thread->name,
+                   static_cast<void *>(thread), NRCToString(thread->exit_code));
+    thread_log(log_level_debug, 51, "THREAD MGR: thread %s (%p) stopped", thread->name,
+               static_cast<void *>(thread));
+
+    // The key's destructor is for records of foreign threads.
+    pthread_setspecific(self_key, nullptr);
+    if (thread->self_reap == 0) {
+        // NThreadDestroy owns the record from the post on.
+        NSemaphorePost(thread->stop_semaphore);
+        return nullptr;
+    }
+    remove(thread);
+    free_record(thread);
+    return nullptr;
 }
 
 } // namespace
@@ -93,7 +272,7 @@ namespace tvk {
 
 int32_t thread_count()
 {
-    if (!thread_table_ready.load(std::memory_order_acquire))
+    if (!initialised())
         return 0;
     TableLock guard;
     return NHashNumItems(thread_table);
@@ -105,65 +284,134 @@ extern "C" {
 
 NRC _NThreadInitialise(void)
 {
-    pthread_mutex_lock(&init_lock);
-    NRC rc = 0;
+    NRC rc = NOneTimeInitialise(&init_lock_once, make_init_lock);
+    if (rc != 0)
+        return rc;
+    if (locknrc != 0)
+        return locknrc;
+    NLightMutexLock(init_lock);
     if (!init_done) {
         // Only the first caller sees a failure.
         init_done = true;
-        thread_table = NHashCreateWith(n_malloc, thread_table_buckets, NThreadHash, nullptr,
-                                       NThreadComp, nullptr);
-        if (thread_table == nullptr) {
-            rc = 12;
-        } else {
-            thread_table_ready.store(true, std::memory_order_release);
-            NThread *main_thread = new_record("MAIN");
-            if (main_thread == nullptr)
-                rc = 12;
-            else
-                insert(main_thread);
-        }
+        rc = first_initialise();
     }
-    pthread_mutex_unlock(&init_lock);
+    NLightMutexUnlock(init_lock);
     return rc;
+}
+
+NRC NThreadSpawn(const char *name, NThreadFunc function, void *argument, const uint32_t *flags,
+                 NThread **thread)
+{
+    _NThreadInitialise();
+    if (thread == nullptr)
+        return NRC_FAILURE;
+    *thread = nullptr;
+    if (function == nullptr || !initialised())
+        return NRC_FAILURE;
+    const uint32_t bits = flags == nullptr ? 0 : *flags;
+
+    NThread *record = alloc_record(name != nullptr ? name : unknown_thread_name);
+    if (record == nullptr)
+        return 12;
+    record->self_reap = (bits & NTHREAD_KEEP_RECORD) != 0 ? 0 : 1;
+    record->function = function;
+    record->argument = argument;
+    NRC rc = NSemaphoreCreateN(0, &record->start_semaphore);
+    if (rc == 0)
+        rc = NSemaphoreCreateN(0, &record->stop_semaphore);
+    if (rc != 0) {
+        free_record(record);
+        return rc;
+    }
+
+    pthread_attr_t attributes;
+    rc = pthread_attr_init(&attributes);
+    if (rc != 0) {
+        free_record(record);
+        return rc;
+    }
+    if ((bits & NTHREAD_SYSTEM_SCOPE) != 0)
+        rc = pthread_attr_setscope(&attributes, PTHREAD_SCOPE_SYSTEM);
+    if (rc == 0)
+        rc = pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+    if (rc == 0)
+        rc = pthread_create(&record->tid, &attributes, NThreadWrapper, record);
+    pthread_attr_destroy(&attributes);
+    if (rc != 0) {
+        free_record(record);
+        return rc;
+    }
+
+    insert(record);
+    *thread = record;
+    thread_log(log_level_debug, 49, "THREAD MGR: started thread %s (%p)", record->name,
+               static_cast<void *>(record));
+    NSemaphorePost(record->start_semaphore);
+    return 0;
+}
+
+NRC NThreadDestroy(NThread *thread)
+{
+    if (thread == nullptr || thread->stop_semaphore == nullptr)
+        return NRC_FAILURE;
+    NSemaphoreWait(thread->stop_semaphore);
+    const NRC exit_code = thread->exit_code;
+    remove(thread);
+    free_record(thread);
+    return exit_code;
+}
+
+void NThreadScheduleStop(NThread *thread)
+{
+    if (thread != nullptr)
+        std::atomic_ref<int32_t>(thread->keep_running).store(0, std::memory_order_relaxed);
+}
+
+int32_t NThreadShouldContinue(NThread *thread)
+{
+    if (thread == nullptr)
+        return 0;
+    return std::atomic_ref<int32_t>(thread->keep_running).load(std::memory_order_relaxed);
+}
+
+int _NThreadKill(NThread *thread, int signal_number)
+{
+    if (thread == nullptr)
+        return EINVAL;
+    return pthread_kill(thread->tid, signal_number);
 }
 
 NThread *NThreadGetID(void)
 {
-    if (!thread_table_ready.load(std::memory_order_acquire))
+    if (!initialised())
         return nullptr;
-    const pthread_t self = pthread_self();
-    NThread *thread = find(self);
-    if (thread != nullptr)
-        return thread;
-    // Only the thread itself adds its own id, so the two separate lock
-    // holds of lookup and insertion cannot race.
-    thread = new_record(unknown_thread_name);
-    if (thread != nullptr)
-        insert(thread);
-    return thread;
+    NThread *thread = self_record();
+    return thread != nullptr ? thread : adopt(unknown_thread_name);
 }
 
 NRC NThreadRegister(const char *name)
 {
-    if (!thread_table_ready.load(std::memory_order_acquire))
+    if (!initialised())
         return NRC_FAILURE;
-    if (find(pthread_self()) != nullptr)
+    if (self_record() != nullptr)
         return 0;
-    NThread *thread = new_record(name != nullptr ? name : unknown_thread_name);
-    if (thread == nullptr)
+    if (adopt(name != nullptr ? name : unknown_thread_name) == nullptr)
         return 12;
-    insert(thread);
+    if (name != nullptr)
+        set_system_name(name);
     return 0;
 }
 
 NRC NThreadUnregister(void)
 {
-    if (!thread_table_ready.load(std::memory_order_acquire))
+    if (!initialised())
         return NRC_FAILURE;
-    NThread *thread = find(pthread_self());
-    if (thread != nullptr) {
+    NThread *thread = self_record();
+    // A spawned thread's record belongs to its wrapper (and NThreadDestroy).
+    if (thread != nullptr && thread->start_semaphore == nullptr) {
+        pthread_setspecific(self_key, nullptr);
         remove(thread);
-        NHashFree(thread);
+        free_record(thread);
     }
     return 0;
 }
@@ -176,6 +424,201 @@ const char *NThreadGetName(NThread *thread)
 char *NThreadGetErrorBuffer(NThread *thread)
 {
     return thread == nullptr ? nullptr : thread->error_buffer;
+}
+
+} // extern "C"
+
+// ---- exception stack ----
+
+namespace {
+
+// Copies value into entry, as far as the entry can hold it.
+void store_value(NThread *thread, NThreadException &entry, const NTypedValue *value)
+{
+    entry.value_type = NTHR_TYPE_NONE;
+    entry.value.u64 = 0;
+    if (value == nullptr)
+        return;
+    entry.value_type = value->type;
+    const NValue &v = value->value;
+    switch (value->type) {
+    case NTHR_TYPE_SHORT:
+        entry.value.i64 = v.s;
+        break;
+    case NTHR_TYPE_INTEGER:
+    case NTHR_TYPE_BOOLEAN:
+    case NTHR_TYPE_UTC:
+        entry.value.i64 = v.i;
+        break;
+    case NTHR_TYPE_UNSIGNED:
+        entry.value.u64 = v.u;
+        break;
+    case NTHR_TYPE_REAL:
+        entry.value.r = v.r;
+        break;
+    case NTHR_TYPE_INTEGER64:
+        entry.value.i64 = v.i64;
+        break;
+    case NTHR_TYPE_UNSIGNED64:
+        entry.value.u64 = v.u64;
+        break;
+    case NTHR_TYPE_STRING: {
+        const uint32_t length = v.string.length;
+        const int64_t room = NTHREAD_STRING_POOL_SIZE - thread->string_pool_used;
+        if (v.string.text == nullptr || int64_t{length} + 1 > room) {
+            // The message stays; the value is lost.
+            entry.value_type = NTHR_TYPE_NONE;
+            break;
+        }
+        char *copy = thread->string_pool + thread->string_pool_used;
+        std::memcpy(copy, v.string.text, length);
+        copy[length] = '\0';
+        thread->string_pool_used += static_cast<int32_t>(length) + 1;
+        entry.value.bytes.pointer = copy;
+        entry.value.bytes.length = length;
+        break;
+    }
+    case NTHR_TYPE_BINARY:
+        entry.value.bytes.pointer = static_cast<const char *>(v.binary.data);
+        entry.value.bytes.length = v.binary.length;
+        break;
+    default: // unknown types keep their number but no value
+        break;
+    }
+}
+
+// Appends ": value" as the entry's type prints it, or nothing.
+NRC append_value(NBuffer *text, const NThreadException &entry)
+{
+    switch (entry.value_type) {
+    case NTHR_TYPE_SHORT:
+    case NTHR_TYPE_INTEGER:
+        return nb_sprintf(text, ": %d", static_cast<int>(entry.value.i64));
+    case NTHR_TYPE_UNSIGNED:
+        return nb_sprintf(text, ": %u", static_cast<unsigned>(entry.value.u64));
+    case NTHR_TYPE_BOOLEAN:
+        return nb_sprintf(text, ": %s", entry.value.i64 != 0 ? "TRUE" : "FALSE");
+    case NTHR_TYPE_REAL:
+        return nb_sprintf(text, ": %f", entry.value.r);
+    case NTHR_TYPE_UTC: {
+        const time_t when = static_cast<int32_t>(entry.value.i64);
+        char stamp[N_CTIME_BUFFER_SIZE];
+        return nb_sprintf(text, ": %s", n_ctimex(&when, stamp));
+    }
+    case NTHR_TYPE_STRING:
+        return nb_sprintf(text, ": %s", entry.value.bytes.pointer);
+    case NTHR_TYPE_INTEGER64:
+        return nb_sprintf(text, ": %ld", static_cast<long>(entry.value.i64));
+    case NTHR_TYPE_UNSIGNED64:
+        return nb_sprintf(text, ": %lu", static_cast<unsigned long>(entry.value.u64));
+    default:
+        return 0;
+    }
+}
+
+// The text of a non-empty stack: a header with the title, then one line per
+// entry from the oldest, each a tab, the message and its value.
+NRC build_text(NThread *thread, NBuffer *text)
+{
+    char message[1024];
+    NI18nMessageGet(libtarvolk_catalog, NI18N_SET_EXCEPTIONS, 8, "'%s' exception occured:\n",
+                    message, sizeof message);
+    // The catalog's text is the header's format.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    NRC rc = nb_sprintf(text, message,
+                        thread->exception_title != nullptr ? thread->exception_title : "");
+#pragma GCC diagnostic pop
+    for (int32_t i = 0; rc == 0 && i < thread->exception_count; ++i) {
+        const NThreadException &entry = thread->exceptions[i];
+        NI18nMessageGet(entry.catalog, entry.set, entry.message,
+                        entry.text != nullptr ? entry.text : "", message, sizeof message);
+        rc = nb_sprintf(text, "\t%s", message);
+        if (rc == 0)
+            rc = append_value(text, entry);
+        if (rc == 0)
+            rc = nb_strcat(text, "\n");
+    }
+    return rc;
+}
+
+} // namespace
+
+extern "C" {
+
+void NThreadExceptionClear(NThread *thread)
+{
+    if (thread == nullptr)
+        return;
+    thread->exception_count = 0;
+    thread->exception_title = nullptr;
+    thread->string_pool_used = 0;
+}
+
+void NThreadExceptionRaise(NThread *thread, const char *title, NI18nCatalog catalog, int32_t set,
+                           int32_t message, const char *text, const NTypedValue *value)
+{
+    if (thread == nullptr)
+        return;
+    NThreadExceptionClear(thread);
+    thread->exception_title = title;
+    NThreadExceptionAdd(thread, catalog, set, message, text, value);
+}
+
+void NThreadExceptionAdd(NThread *thread, NI18nCatalog catalog, int32_t set, int32_t message,
+                         const char *text, const NTypedValue *value)
+{
+    if (thread == nullptr || thread->exception_count >= NTHREAD_EXCEPTION_MAX)
+        return;
+    NThreadException &entry = thread->exceptions[thread->exception_count];
+    entry.catalog = catalog;
+    entry.set = set;
+    entry.message = message;
+    entry.text = text;
+    store_value(thread, entry, value);
+    ++thread->exception_count;
+}
+
+int32_t NThreadExceptionRaised(NThread *thread)
+{
+    return thread != nullptr && thread->exception_count > 0 ? 1 : 0;
+}
+
+NRC NThreadExceptionToBuffer(NThread *thread, char **text)
+{
+    if (text == nullptr)
+        return NRC_FAILURE;
+    *text = nullptr;
+    if (NThreadExceptionRaised(thread) == 0)
+        return 0;
+    NBuffer buffer;
+    nb_init(&buffer);
+    const NRC rc = build_text(thread, &buffer);
+    if (rc != 0) {
+        nb_free(&buffer);
+        return rc;
+    }
+    // The buffer's storage becomes the caller's text.
+    *text = nb_strval(&buffer);
+    return *text == nullptr ? 12 : 0;
+}
+
+void NThreadExceptionLog(NThread *thread)
+{
+    char *text = nullptr;
+    if (NThreadExceptionToBuffer(thread, &text) != 0 || text == nullptr)
+        return;
+    thread_log(log_level_error, 0, "%s", text);
+    n_free(text);
+}
+
+void NThreadExceptionPrint(NThread *thread, FILE *stream)
+{
+    char *text = nullptr;
+    if (stream == nullptr || NThreadExceptionToBuffer(thread, &text) != 0 || text == nullptr)
+        return;
+    std::fputs(text, stream);
+    n_free(text);
 }
 
 } // extern "C"
