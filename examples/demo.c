@@ -4,7 +4,6 @@
  * Run it through `make demo`, which points TARVOLKHOME and ZIMBRELHOME at a
  * small installation tree in the build folder.
  */
-#include <pthread.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -195,7 +194,7 @@ struct handover {
     int done;
 };
 
-static void *sum_worker(void *arg)
+static NRC sum_worker(NThread *self, void *arg)
 {
     struct handover *h = arg;
 
@@ -204,7 +203,9 @@ static void *sum_worker(void *arg)
         NMutexLock(h->lock);
         if (h->done) {
             NMutexUnlock(h->lock);
-            return NULL;
+            NLog(NLOG_INFO, 1, NULL, 0, 0, "worker %s summed %lld", NThreadGetName(self),
+                 (long long)h->sum);
+            return 0;
         }
         h->sum += h->value;
         NMutexUnlock(h->lock);
@@ -212,7 +213,7 @@ static void *sum_worker(void *arg)
     }
 }
 
-/* Parses numbers in several notations, sums them in a worker thread, times
+/* Parses numbers in several notations, sums them in a spawned worker, times
    the run with a stopwatch and writes the report into a growable buffer. */
 static int show_text_and_threads(void)
 {
@@ -220,7 +221,8 @@ static int show_text_and_threads(void)
     struct handover h = {NULL, NULL, NULL, 0, 0, 0};
     NStopWatch *watch = NULL;
     NBuffer report;
-    pthread_t worker;
+    NThread *worker = NULL;
+    uint32_t keep = NTHREAD_KEEP_RECORD;
     char *quoted = NULL;
     char when[N_CTIME_BUFFER_SIZE];
     time_t future = 2208988800; /* 2040-01-01 */
@@ -230,7 +232,7 @@ static int show_text_and_threads(void)
     nb_init(&report);
     if (NSemaphoreCreateN(0, &h.ready) != 0 || NSemaphoreCreateN(0, &h.taken) != 0 ||
         NMutexCreate("demo sum", &h.lock) != 0 || NStopWatchCreate(&watch) != 0 ||
-        pthread_create(&worker, NULL, sum_worker, &h) != 0)
+        NThreadSpawn("demo summer", sum_worker, &h, &keep, &worker) != 0)
         return 12;
     NStopWatchStart(watch);
     nb_strcat(&report, "\nNumbers read by NStringToInteger:");
@@ -248,7 +250,7 @@ static int show_text_and_threads(void)
     h.done = 1;
     NMutexUnlock(h.lock);
     NSemaphorePost(h.ready);
-    pthread_join(worker, NULL);
+    NThreadDestroy(worker); /* waits for the worker and collects its exit code */
     NStopWatchStop(watch);
 
     if (NStringQuoted("it's a \"quoted\"\ttext", &quoted) == 0) {
@@ -281,6 +283,7 @@ int main(void)
         return 1;
     }
     NSetProcName("tarvolk-demo");
+    NLogMgrSetLevelFromString("info");
 
     show_names();
     show_revisions();

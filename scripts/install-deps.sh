@@ -17,6 +17,7 @@ libcrypt-dev
 libgtest-dev
 libgmock-dev
 libbenchmark-dev
+libspdlog-dev
 libglib2.0-dev
 "
 

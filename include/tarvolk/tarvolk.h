@@ -20,6 +20,8 @@
 #include <tarvolk/incralloc.h>
 #include <tarvolk/list.h>
 #include <tarvolk/lmutex.h>
+#include <tarvolk/log.h>
+#include <tarvolk/log_stdout.h>
 #include <tarvolk/mem.h>
 #include <tarvolk/mutex.h>
 #include <tarvolk/nversion.h>

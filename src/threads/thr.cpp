@@ -13,6 +13,7 @@
 #include <tarvolk/buffer.h>
 #include <tarvolk/hashtable.h>
 #include <tarvolk/lmutex.h>
+#include <tarvolk/log.h>
 #include <tarvolk/mem.h>
 #include <tarvolk/once.h>
 #include <tarvolk/retcode.h>
@@ -49,28 +50,6 @@ pthread_key_t self_key;
 
 // ---- log call-out ----
 //
-// LOG CALL-OUT: stands in for the log manager until the thread layer is
-// wired to it (catalog libtarvolk_catalog, set 4, the given message number;
-// debug lines under the facility "thread"). Until then debug lines are
-// dropped and error lines go to standard error.
-constexpr int log_level_debug = 1;
-constexpr int log_level_error = 4;
-
-void thread_log(int level, int32_t number, const char *format, ...) N_PRINTF(3, 4);
-
-void thread_log(int level, int32_t number, const char *format, ...)
-{
-    (void)number;
-    if (level < log_level_error)
-        return;
-    va_list args;
-    va_start(args, format);
-    char line[NTHREAD_ERROR_BUFFER_SIZE + 128];
-    std::vsnprintf(line, sizeof line, format, args);
-    va_end(args);
-    std::fprintf(stderr, "%s\n", line);
-}
-
 // ---- the table ----
 
 // The thread id is the hash; a lookup key is a word holding an id, which
@@ -239,8 +218,8 @@ NRC first_initialise()
 void *NThreadWrapper(void *argument)
 {
     auto *thread = static_cast<NThread *>(argument);
-    thread_log(log_level_debug, 50, "THREAD MGR: thread %s (%p) running", thread->name,
-               static_cast<void *>(thread));
+    NLogLog(NLOG_DEBUG, libtarvolk_thread_debug, libtarvolk_catalog, 4, 50,
+            "THREAD MGR: thread %s (%p) running", thread->name, static_cast<void *>(thread));
     // The spawner posts only once the record is in the table and its
     // out-pointer is set.
     NSemaphoreWait(thread->start_semaphore);
@@ -249,10 +228,10 @@ void *NThreadWrapper(void *argument)
 
     thread->exit_code = thread->function(thread, thread->argument);
     if (thread->exit_code != 0)
-        thread_log(log_level_error, 8, "THREAD MGR: thread %s (%p) *EXIT*: %s", thread->name,
-                   static_cast<void *>(thread), NRCToString(thread->exit_code));
-    thread_log(log_level_debug, 51, "THREAD MGR: thread %s (%p) stopped", thread->name,
-               static_cast<void *>(thread));
+        NLogLog(NLOG_ERROR, 1, libtarvolk_catalog, 4, 8, "THREAD MGR: thread %s (%p) *EXIT*: %s",
+                thread->name, static_cast<void *>(thread), NRCToString(thread->exit_code));
+    NLogLog(NLOG_DEBUG, libtarvolk_thread_debug, libtarvolk_catalog, 4, 51,
+            "THREAD MGR: thread %s (%p) stopped", thread->name, static_cast<void *>(thread));
 
     // The key's destructor is for records of foreign threads.
     pthread_setspecific(self_key, nullptr);
@@ -344,8 +323,8 @@ NRC NThreadSpawn(const char *name, NThreadFunc function, void *argument, const u
 
     insert(record);
     *thread = record;
-    thread_log(log_level_debug, 49, "THREAD MGR: started thread %s (%p)", record->name,
-               static_cast<void *>(record));
+    NLogLog(NLOG_DEBUG, libtarvolk_thread_debug, libtarvolk_catalog, 4, 49,
+            "THREAD MGR: started thread %s (%p)", record->name, static_cast<void *>(record));
     NSemaphorePost(record->start_semaphore);
     return 0;
 }
@@ -608,7 +587,7 @@ void NThreadExceptionLog(NThread *thread)
     char *text = nullptr;
     if (NThreadExceptionToBuffer(thread, &text) != 0 || text == nullptr)
         return;
-    thread_log(log_level_error, 0, "%s", text);
+    NLogLog(NLOG_ERROR, 1, nullptr, 0, 0, "%s", text);
     n_free(text);
 }
 
