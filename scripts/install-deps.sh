@@ -12,6 +12,7 @@ pkg-config
 binutils
 libicu-dev
 libtre-dev
+libpcre2-dev
 libssl-dev
 libcrypt-dev
 libgtest-dev
