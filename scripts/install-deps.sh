@@ -20,6 +20,7 @@ libgmock-dev
 libbenchmark-dev
 libspdlog-dev
 libglib2.0-dev
+locales
 "
 
 missing=""

@@ -33,6 +33,7 @@
 #include <tarvolk/semaph.h>
 #include <tarvolk/services.h>
 #include <tarvolk/shlib.h>
+#include <tarvolk/sortkey.h>
 #include <tarvolk/stopwatch.h>
 #include <tarvolk/string.h>
 #include <tarvolk/thr.h>

@@ -1,15 +1,48 @@
-// Internal interface of the encoding core.
+// Internal interface of the encoding core, shared by the text units.
 #pragma once
 
+#include <tarvolk/log.h>
+#include <tarvolk/retcode.h>
 #include <tarvolk/thr.h>
 #include <tarvolk/wstring.h>
 
-extern "C" {
-// Creates the key of the threads' converters, once.
-void _NUStringThrSpecificDataInit(void);
-}
+#include <cstdint>
+#include <limits>
+
+#include <unicode/ucnv.h>
+#include <unicode/utypes.h>
 
 namespace tvk {
+
 // The key of the threads' converters, once it exists (null before).
 NThreadDataKey converter_key();
+
+namespace text {
+
+inline constexpr int64_t max_size = std::numeric_limits<int32_t>::max();
+
+// NUChar and ICU's UChar are the same type under two names.
+inline UChar *uc(NUChar *text) { return reinterpret_cast<UChar *>(text); }
+inline const UChar *uc(const NUChar *text) { return reinterpret_cast<const UChar *>(text); }
+
+// A result of ICU that is no usable text: a failure, or a buffer filled to
+// the last unit with no room for the terminator.
+inline bool failed(UErrorCode error)
+{
+    return U_FAILURE(error) || error == U_STRING_NOT_TERMINATED_WARNING;
+}
+
+// A message of the text layer: set 102 of the library's catalog, debug
+// flag 1.
+void log(NLogLevel level, int32_t number, const char *format, ...) N_PRINTF(3, 4);
+
+// The calling thread's converter with its to-Unicode side reset, for a walk
+// with ucnv_getNextUChar; null if there is none.
+UConverter *walking_converter();
+
+// Name of the converter of the process's locale: its code set when ICU
+// knows it, else null (ICU's default).
+const char *locale_converter_name();
+
+} // namespace text
 } // namespace tvk

@@ -608,9 +608,7 @@ struct NThreadDataKeyRec {
     pthread_key_t key;
 };
 
-extern "C" {
-
-NRC NThreadDataKeyCreate(NThreadDataKey *key)
+NRC tvk::thread_data_key_create(NThreadDataKey *key, void (*destructor)(void *))
 {
     if (key == nullptr)
         return NRC_FAILURE;
@@ -618,13 +616,20 @@ NRC NThreadDataKeyCreate(NThreadDataKey *key)
     auto *made = static_cast<NThreadDataKey>(n_malloc(sizeof(NThreadDataKeyRec)));
     if (made == nullptr)
         return 12;
-    const int rc = pthread_key_create(&made->key, nullptr);
+    const int rc = pthread_key_create(&made->key, destructor);
     if (rc != 0) {
         n_free(made);
         return rc;
     }
     *key = made;
     return 0;
+}
+
+extern "C" {
+
+NRC NThreadDataKeyCreate(NThreadDataKey *key)
+{
+    return tvk::thread_data_key_create(key, nullptr);
 }
 
 NRC NThreadDataKeyDestroy(NThreadDataKey key)

@@ -92,6 +92,9 @@ int _NThreadKill(NThread *thread, int signal_number);
 }
 
 namespace tvk {
+// NThreadDataKeyCreate with a destructor that pthread runs for a thread's
+// non-null value when the thread ends.
+NRC thread_data_key_create(NThreadDataKey *key, void (*destructor)(void *));
 // Number of records in the thread table.
 int32_t thread_count();
 } // namespace tvk
