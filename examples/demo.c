@@ -4,6 +4,7 @@
  * Run it through `make demo`, which points TARVOLKHOME and ZIMBRELHOME at a
  * small installation tree in the build folder.
  */
+#include <locale.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -274,9 +275,62 @@ static int show_text_and_threads(void)
     return rc;
 }
 
+/* Text in the locale's code set: characters rather than bytes, cutting,
+ * case mapping and collation order. */
+static NRC show_encoding(void)
+{
+    static const char *const words[] = {"\xc3\xa9t\xc3\xa9", "Zebra", "apple", "\xc3\x84rger"};
+    const char *text = "  Stra\xc3\x9f" "e \xe6\x97\xa5\xe6\x9c\xac  ";
+    NUChar *units = NULL, *trimmed = NULL, *upper = NULL;
+    char *shown = NULL;
+    char cut[8];
+    NRC rc = NUStringCreate(text, &units);
+
+    if (rc == 0)
+        rc = NUStringLRTrim(units, &trimmed);
+    if (rc == 0 && (upper = NUStringUpper(trimmed)) == NULL)
+        rc = 12;
+    if (rc == 0)
+        rc = NUStringUStrToStr(upper, &shown);
+    if (rc == 0) {
+        printf("text: %d bytes, %d characters; trimmed and upper-cased: \"%s\"\n",
+               (int)strlen(text), NUStringMbsCountUChar32(text), shown);
+        NUStringMbsStrncpy(cut, text + 2, 7);
+        printf("its first 7 bytes cut at a whole character: \"%s\"\n", cut);
+    }
+    NUStringStrDestroy(shown);
+    NUStringDestroy(upper);
+    NUStringDestroy(trimmed);
+    NUStringDestroy(units);
+
+    if (rc == 0) {
+        NSortKeyContext *context = NULL;
+        uint8_t keys[4][64];
+        int32_t length;
+        size_t i;
+
+        rc = NSortKeyCreate(&context, NSORTKEY_LOWER_FIRST);
+        for (i = 0; rc == 0 && i < 4; ++i)
+            rc = NSortKeyGenerate(context, words[i], keys[i], sizeof keys[i], &length);
+        if (rc == 0)
+            printf("sort keys order \"%s\" %s \"%s\" (bytes: \"%s\" %s \"%s\")\n", words[3],
+                   memcmp(keys[3], keys[1], sizeof keys[3]) < 0 ? "before" : "after", words[1],
+                   words[3], strcmp(words[3], words[1]) < 0 ? "before" : "after", words[1]);
+        NSortKeyDestroy(context);
+    }
+    NUStringThrSpecificDataFree();
+    return rc;
+}
+
 int main(void)
 {
-    NRC rc = NInitialise("demo", "stdout");
+    NRC rc;
+
+    /* The demo's texts are UTF-8 whatever the locale: it says so before any
+     * text operation. */
+    setlocale(LC_ALL, "");
+    NI18nSetEncoding("UTF-8");
+    rc = NInitialise("demo", "stdout");
 
     if (rc != 0) {
         fprintf(stderr, "NInitialise failed: %s\n", NRCToString(rc));
@@ -291,6 +345,8 @@ int main(void)
     rc = show_containers();
     if (rc == 0)
         rc = show_sorted_list();
+    if (rc == 0)
+        rc = show_encoding();
     if (rc == 0)
         rc = show_text_and_threads();
 

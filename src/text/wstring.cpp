@@ -11,6 +11,7 @@
 #include <tarvolk/retcode.h>
 #include <tarvolk/string.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <clocale>
@@ -19,6 +20,7 @@
 #include <cstring>
 #include <cwchar>
 
+#include <emmintrin.h>
 #include <langinfo.h>
 #include <pthread.h>
 #include <strings.h>
@@ -43,10 +45,17 @@ NThreadDataKey converter_key_value = nullptr;
 std::atomic<bool> thr_specific_cnv_initialized{false};
 pthread_mutex_t converter_key_lock = PTHREAD_MUTEX_INITIALIZER;
 
+// The calling thread's converter as its key holds it, so that the common
+// case costs no key lookup. Kept equal to the key's value by every place
+// that sets or clears the key.
+thread_local UConverter *thread_converter = nullptr;
+
 // The converter of a thread that ends without NUStringThrSpecificDataFree is
 // closed by the key's destructor, so that it is not lost.
 void close_converter(void *converter)
 {
+    if (thread_converter == converter)
+        thread_converter = nullptr;
     ucnv_close(static_cast<UConverter *>(converter));
 }
 
@@ -191,7 +200,7 @@ NRC from_utf16(const NUChar *text, char *destination, int32_t capacity, char **r
     NRC rc = _NUStringGetConverter(&converter);
     if (rc != 0)
         return converter_failure != 0 ? converter_failure : rc;
-    const int32_t units = u_strlen(uc(text));
+    const int32_t units = tvk::text::length(text);
     char *made = nullptr;
     if (destination == nullptr) {
         const int64_t room =
@@ -352,6 +361,36 @@ void log(NLogLevel level, int32_t number, const char *format, ...)
     va_end(args);
 }
 
+// Aligned 16-byte loads never cross a page, so reading the rest of the
+// block that holds the terminator is safe; the sanitizers would still see a
+// read past the text, so they are kept out of this function.
+__attribute__((no_sanitize_address, no_sanitize_thread, no_sanitize_undefined)) int32_t
+length(const NUChar *text)
+{
+    const NUChar *unit = text;
+    if ((reinterpret_cast<uintptr_t>(text) & 1) == 0) {
+        while ((reinterpret_cast<uintptr_t>(unit) & 15) != 0) {
+            if (*unit == 0)
+                return static_cast<int32_t>(unit - text);
+            ++unit;
+        }
+        const __m128i zero = _mm_setzero_si128();
+        for (;; unit += 8) {
+            const __m128i block = _mm_load_si128(reinterpret_cast<const __m128i *>(unit));
+            const int found = _mm_movemask_epi8(_mm_cmpeq_epi16(block, zero));
+            if (found != 0) {
+                unit += __builtin_ctz(static_cast<unsigned>(found)) / 2;
+                break;
+            }
+        }
+    } else {
+        while (*unit != 0)
+            ++unit;
+    }
+    const auto units = unit - text;
+    return units > max_size ? static_cast<int32_t>(max_size) : static_cast<int32_t>(units);
+}
+
 UConverter *walking_converter()
 {
     UConverter *converter = nullptr;
@@ -395,6 +434,10 @@ NRC _NUStringGetConverter(UConverter **result)
 {
     if (result == nullptr)
         return NRC_FAILURE;
+    if (thread_converter != nullptr) {
+        *result = thread_converter;
+        return 0;
+    }
     *result = nullptr;
     if (!thr_specific_cnv_initialized.load(std::memory_order_acquire))
         _NUStringThrSpecificDataInit();
@@ -407,7 +450,7 @@ NRC _NUStringGetConverter(UConverter **result)
     void *held = nullptr;
     (void)NThreadDataGet(key, &held);
     if (held != nullptr) {
-        *result = static_cast<UConverter *>(held);
+        *result = thread_converter = static_cast<UConverter *>(held);
         return 0;
     }
     NRC rc = 0;
@@ -420,7 +463,7 @@ NRC _NUStringGetConverter(UConverter **result)
         ucnv_close(converter);
         return NRC_TEXT_THREAD_SET;
     }
-    *result = converter;
+    *result = thread_converter = converter;
     return 0;
 }
 
@@ -437,6 +480,7 @@ NRC NUStringThrSpecificDataFree(void)
             NRCToString(rc));
         return rc;
     }
+    thread_converter = nullptr;
     ucnv_close(static_cast<UConverter *>(held));
     return 0;
 }

@@ -25,6 +25,10 @@ inline constexpr int64_t max_size = std::numeric_limits<int32_t>::max();
 inline UChar *uc(NUChar *text) { return reinterpret_cast<UChar *>(text); }
 inline const UChar *uc(const NUChar *text) { return reinterpret_cast<const UChar *>(text); }
 
+// Units of a UTF-16 text before its terminator (as u_strlen, eight units at
+// a time), at most INT32_MAX.
+int32_t length(const NUChar *text);
+
 // A result of ICU that is no usable text: a failure, or a buffer filled to
 // the last unit with no room for the terminator.
 inline bool failed(UErrorCode error)

@@ -425,7 +425,7 @@ NUChar32 NUStringGetNextUChar32(const NUChar *text, int32_t *index)
 {
     if (text == nullptr || index == nullptr)
         return 0;
-    const int32_t length = u_strlen(uc(text));
+    const int32_t length = tvk::text::length(text);
     if (*index < 0 || *index >= length)
         return 0;
     UChar32 code_point = 0;
@@ -437,7 +437,7 @@ NUChar32 NUStringGetPrevUChar32(const NUChar *text, int32_t *index)
 {
     if (text == nullptr || index == nullptr)
         return 0;
-    const int32_t length = u_strlen(uc(text));
+    const int32_t length = tvk::text::length(text);
     if (*index < 1 || *index > length)
         return 0;
     UChar32 code_point = 0;
@@ -449,7 +449,7 @@ NRC NUStringSetBmpChrAtPrev(NUChar *text, int32_t index, NUChar unit)
 {
     if (text == nullptr)
         return NRC_FAILURE;
-    const int32_t length = u_strlen(uc(text));
+    const int32_t length = tvk::text::length(text);
     if (index < 1 || index > length)
         return NRC_TEXT_INDEX_RANGE;
     if (U16_IS_TRAIL(text[index - 1]) && index >= 2 && U16_IS_LEAD(text[index - 2]))
@@ -465,7 +465,7 @@ NRC NUStringSubstr(const NUChar *text, int32_t start, int32_t count, NUChar **re
     *result = nullptr;
     if (text == nullptr)
         return NRC_FAILURE;
-    const int32_t length = u_strlen(uc(text));
+    const int32_t length = tvk::text::length(text);
     NUChar *part = new_utext(length);
     if (part == nullptr)
         return 12;
@@ -491,7 +491,7 @@ NRC NUStringUStrTruncate(NUChar *text, int32_t *length)
 {
     if (text == nullptr || length == nullptr)
         return NRC_FAILURE;
-    if (*length < 0 || *length > u_strlen(uc(text)))
+    if (*length < 0 || *length > tvk::text::length(text))
         return NRC_TEXT_TRUNCATE_RANGE;
     if (*length > 0 && U16_IS_LEAD(text[*length - 1]))
         --*length;
@@ -510,7 +510,7 @@ NRC NUStringRNTrim(NUChar *text, int32_t *length)
         return 0;
     }
     int32_t end = *length;
-    const int32_t whole = u_strlen(uc(text));
+    const int32_t whole = tvk::text::length(text);
     if (end > whole)
         end = whole;
     if (U16_IS_LEAD(text[end - 1]))
@@ -525,7 +525,7 @@ NRC NUStringRTrim(NUChar *text)
 {
     if (text == nullptr)
         return NRC_FAILURE;
-    int32_t length = u_strlen(uc(text));
+    int32_t length = tvk::text::length(text);
     (void)NUStringRNTrim(text, &length);
     return 0;
 }
@@ -542,7 +542,7 @@ NRC NUStringLRTrim(const NUChar *text, NUChar **result)
     *result = nullptr;
     if (text == nullptr)
         return NRC_FAILURE;
-    const int32_t length = u_strlen(uc(text));
+    const int32_t length = tvk::text::length(text);
     const int32_t start = leading_trim(text, length);
     const int32_t end = start == length ? start : trailing_trim(text, length);
     *result = copy_units(text + start, end - start);
@@ -556,7 +556,7 @@ NRC NUStringLTrim(const NUChar *text, NUChar **result)
     *result = nullptr;
     if (text == nullptr)
         return NRC_FAILURE;
-    *result = const_cast<NUChar *>(text + leading_trim(text, u_strlen(uc(text))));
+    *result = const_cast<NUChar *>(text + leading_trim(text, tvk::text::length(text)));
     return 0;
 }
 
@@ -839,7 +839,7 @@ NRC NUStringBufStrcat(NUStringBuf *buffer, const NUChar *text)
 {
     if (buffer == nullptr || text == nullptr)
         return NRC_FAILURE;
-    const int32_t length = u_strlen(uc(text));
+    const int32_t length = tvk::text::length(text);
     if (length == 0)
         return 0;
     if (static_cast<int64_t>(length) >=
@@ -866,7 +866,7 @@ NUChar *NUStringNonprintableToSpace(const NUChar *text)
 {
     if (text == nullptr)
         return nullptr;
-    const int32_t length = u_strlen(uc(text));
+    const int32_t length = tvk::text::length(text);
     NUChar *clean = new_utext(length);
     if (clean == nullptr)
         return nullptr;
@@ -890,7 +890,7 @@ int32_t NUStringUStrToInteger(const NUChar *text, int32_t base)
 {
     if (text == nullptr)
         return 0;
-    const int32_t length = u_strlen(uc(text));
+    const int32_t length = tvk::text::length(text);
     // Each code point gives at most one byte, and a sign leads.
     Owned<char> digits(static_cast<char *>(n_malloc(static_cast<size_t>(length) + 1)));
     if (digits == nullptr)
