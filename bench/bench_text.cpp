@@ -117,7 +117,10 @@ void BM_NUStringUStrToStr(benchmark::State &state)
 }
 BENCHMARK(BM_NUStringUStrToStr)->Arg(40)->Arg(64 << 10);
 
-void BM_IcuFromUChars(benchmark::State &state)
+// Raw ICU from UTF-16: with the length given for nothing, or measured with
+// u_strlen first, as a caller that, like NUStringUStrToStr, is given a
+// zero-terminated text must.
+template <bool measure> void icu_from_uchars(benchmark::State &state)
 {
     enter_locale();
     const std::string text = sample_text(static_cast<size_t>(state.range(0)));
@@ -125,7 +128,8 @@ void BM_IcuFromUChars(benchmark::State &state)
     UErrorCode error = U_ZERO_ERROR;
     UConverter *converter = ucnv_open("UTF-8", &error);
     for (auto _ : state) {
-        const auto length = static_cast<int32_t>(units.size());
+        const auto length =
+            measure ? u_strlen(units.c_str()) : static_cast<int32_t>(units.size());
         const int32_t capacity = (length + 10) * ucnv_getMaxCharSize(converter) + 1;
         auto *bytes = static_cast<char *>(malloc(static_cast<size_t>(capacity)));
         error = U_ZERO_ERROR;
@@ -136,28 +140,16 @@ void BM_IcuFromUChars(benchmark::State &state)
     ucnv_close(converter);
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * text.size()));
 }
+
+void BM_IcuFromUChars(benchmark::State &state)
+{
+    icu_from_uchars<false>(state);
+}
 BENCHMARK(BM_IcuFromUChars)->Arg(40)->Arg(64 << 10);
 
-// The same for a caller that, like NUStringUStrToStr, is given a
-// zero-terminated text and measures it with u_strlen to size the result.
 void BM_IcuFromUCharsTerminated(benchmark::State &state)
 {
-    enter_locale();
-    const std::string text = sample_text(static_cast<size_t>(state.range(0)));
-    const std::u16string units = utf16_of(text);
-    UErrorCode error = U_ZERO_ERROR;
-    UConverter *converter = ucnv_open("UTF-8", &error);
-    for (auto _ : state) {
-        const int32_t length = u_strlen(units.c_str());
-        const int32_t capacity = (length + 10) * ucnv_getMaxCharSize(converter) + 1;
-        auto *bytes = static_cast<char *>(malloc(static_cast<size_t>(capacity)));
-        error = U_ZERO_ERROR;
-        benchmark::DoNotOptimize(
-            ucnv_fromUChars(converter, bytes, capacity, units.c_str(), length, &error));
-        free(bytes);
-    }
-    ucnv_close(converter);
-    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * text.size()));
+    icu_from_uchars<true>(state);
 }
 BENCHMARK(BM_IcuFromUCharsTerminated)->Arg(40)->Arg(64 << 10);
 

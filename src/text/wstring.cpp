@@ -38,6 +38,7 @@ using tvk::text::failed;
 using tvk::text::uc;
 using tvk::text::log;
 using tvk::text::max_size;
+using tvk::text::refused;
 
 namespace {
 
@@ -281,6 +282,29 @@ NRC from_wide(const wchar_t *text, char **result, Storage storage = {})
     return 0;
 }
 
+// The second stage of a conversion to UTF-8: the UTF-16 in scratch (freed
+// here, whatever happens) into units x 4 + 1 bytes; `failure' is the code
+// for a text that ICU can't encode.
+NRC scratch_to_utf8(UChar *scratch, int32_t units, NRC failure, char **result)
+{
+    const int64_t size = static_cast<int64_t>(units) * 4 + 1;
+    auto *utf8 =
+        size > max_size ? nullptr : static_cast<char *>(n_malloc(static_cast<size_t>(size)));
+    if (utf8 == nullptr) {
+        n_free(scratch);
+        return size > max_size ? NRC_STRING_TOO_LONG : 12;
+    }
+    UErrorCode error = U_ZERO_ERROR;
+    u_strToUTF8(utf8, static_cast<int32_t>(size), nullptr, scratch, units, &error);
+    n_free(scratch);
+    if (failed(error)) {
+        n_free(utf8);
+        return failure;
+    }
+    *result = utf8;
+    return 0;
+}
+
 // ---- conversion records between the default code set and UTF-8 ----
 
 // Either converter stops at invalid input instead of substituting it.
@@ -329,10 +353,7 @@ NRC utf8_convert(UConverter *from, UConverter *to, const char *text, char **resu
 
 NRC utf8_copy_or_convert(UConverter *from, UConverter *to, const char *text, char **result)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (text == nullptr)
+    if (refused(result, text))
         return NRC_FAILURE;
     if (from == nullptr || to == nullptr) {
         *result = n_strdup(text);
@@ -612,10 +633,7 @@ NRC NUStringBufAppendUChar32(NUStringBuf *buffer, NUChar32 code_point)
 
 NRC NUStringCreate(const char *text, NUChar **result)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (text == nullptr)
+    if (refused(result, text))
         return NRC_FAILURE;
     return to_utf16(text, nullptr, 0, result, nullptr);
 }
@@ -658,10 +676,7 @@ NRC NUStringBufStrToUStr(NUStringBuf *buffer, const char *text)
 
 NRC NUStringUStrToStr(const NUChar *text, char **result)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (text == nullptr)
+    if (refused(result, text))
         return NRC_FAILURE;
     return from_utf16(text, nullptr, 0, result);
 }
@@ -675,10 +690,7 @@ NRC NUStringUStrToStrBuf(const NUChar *text, char *destination, int32_t capacity
 
 NRC NUStringBufUStrToStr(const NUStringBuf *buffer, char **result)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (buffer == nullptr || buffer->data == nullptr)
+    if (refused(result, buffer) || buffer->data == nullptr)
         return NRC_FAILURE;
     return NUStringUStrToStr(buffer->data, result);
 }
@@ -713,30 +725,21 @@ NRC NUStringUStrToNStr(const NUChar **text, int32_t limit, char *destination, in
 
 NRC NIncrUStringStrToUStr(NIncrAllocator *allocator, const char *text, NUChar **result)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (allocator == nullptr || text == nullptr)
+    if (refused(result, allocator, text))
         return NRC_FAILURE;
     return to_utf16(text, nullptr, 0, result, nullptr, Storage{allocator});
 }
 
 NRC NIncrUStringUStrToStr(NIncrAllocator *allocator, const NUChar *text, char **result)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (allocator == nullptr || text == nullptr)
+    if (refused(result, allocator, text))
         return NRC_FAILURE;
     return from_utf16(text, nullptr, 0, result, Storage{allocator}, NRC_TEXT_NO_CONVERTER);
 }
 
 NRC _NUStringDefaultToUTF8(UConverter *converter, const char *text, char **result)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (converter == nullptr || text == nullptr)
+    if (refused(result, converter, text))
         return NRC_FAILURE;
     const size_t bytes = std::strlen(text);
     const uint64_t room = static_cast<uint64_t>(bytes) * 2 + 1;
@@ -752,35 +755,14 @@ NRC _NUStringDefaultToUTF8(UConverter *converter, const char *text, char **resul
         n_free(scratch);
         return NRC_TEXT_TO_UTF16;
     }
-    const int64_t size = static_cast<int64_t>(units) * 4 + 1;
-    if (size > max_size) {
-        n_free(scratch);
-        return NRC_STRING_TOO_LONG;
-    }
-    auto *utf8 = static_cast<char *>(n_malloc(static_cast<size_t>(size)));
-    if (utf8 == nullptr) {
-        n_free(scratch);
-        return 12;
-    }
-    error = U_ZERO_ERROR;
-    u_strToUTF8(utf8, static_cast<int32_t>(size), nullptr, scratch, units, &error);
-    n_free(scratch);
-    if (failed(error)) {
-        n_free(utf8);
-        return NRC_TEXT_TO_UTF8;
-    }
-    *result = utf8;
-    return 0;
+    return scratch_to_utf8(scratch, units, NRC_TEXT_TO_UTF8, result);
 }
 
 // ---- wide text and UTF-8 ----
 
 NRC NUStringWCSToUTF8(const wchar_t *text, char **result)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (text == nullptr)
+    if (refused(result, text))
         return NRC_FAILURE;
     const size_t length = std::wcslen(text);
     if (static_cast<uint64_t>(length) + 1 > static_cast<uint64_t>(max_size))
@@ -796,29 +778,12 @@ NRC NUStringWCSToUTF8(const wchar_t *text, char **result)
         n_free(scratch);
         return NRC_TEXT_TO_UTF16;
     }
-    const int64_t size = static_cast<int64_t>(units) * 4 + 1;
-    auto *utf8 = size > max_size ? nullptr : static_cast<char *>(n_malloc(static_cast<size_t>(size)));
-    if (utf8 == nullptr) {
-        n_free(scratch);
-        return size > max_size ? NRC_STRING_TOO_LONG : 12;
-    }
-    error = U_ZERO_ERROR;
-    u_strToUTF8(utf8, static_cast<int32_t>(size), nullptr, scratch, units, &error);
-    n_free(scratch);
-    if (failed(error)) {
-        n_free(utf8);
-        return NRC_TEXT_FROM_UTF16;
-    }
-    *result = utf8;
-    return 0;
+    return scratch_to_utf8(scratch, units, NRC_TEXT_FROM_UTF16, result);
 }
 
 NRC NUStringUTF8ToWCS(const char *text, wchar_t **result)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (text == nullptr)
+    if (refused(result, text))
         return NRC_FAILURE;
     const size_t bytes = std::strlen(text);
     const uint64_t room = static_cast<uint64_t>(bytes) * 2 + 1;
@@ -856,10 +821,7 @@ NRC NUStringUTF8ToWCS(const char *text, wchar_t **result)
 
 NRC NWStringCreate(const char *text, wchar_t **result)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (text == nullptr)
+    if (refused(result, text))
         return NRC_FAILURE;
     return to_wide(text, result);
 }
@@ -871,10 +833,7 @@ NRC NWStringStrToWStr(const char *text, wchar_t **result)
 
 NRC NWStringWStrToStr(const wchar_t *text, char **result)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (text == nullptr)
+    if (refused(result, text))
         return NRC_FAILURE;
     return from_wide(text, result);
 }
@@ -911,10 +870,7 @@ NRC NWStringBufStrToWStr(NWStringBuf *buffer, const char *text)
 
 NRC NWStringBufWStrToStr(const NWStringBuf *buffer, char **result)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (buffer == nullptr || buffer->data == nullptr)
+    if (refused(result, buffer) || buffer->data == nullptr)
         return NRC_FAILURE;
     return from_wide(buffer->data, result);
 }
@@ -930,20 +886,14 @@ NRC NWStringWStrToNStr(const wchar_t **text, size_t limit, char *destination, si
 
 NRC NIncrWStringStrToWStr(NIncrAllocator *allocator, const char *text, wchar_t **result)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (allocator == nullptr || text == nullptr)
+    if (refused(result, allocator, text))
         return NRC_FAILURE;
     return to_wide(text, result, Storage{allocator});
 }
 
 NRC NIncrWStringWStrToStr(NIncrAllocator *allocator, const wchar_t *text, char **result)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (allocator == nullptr || text == nullptr)
+    if (refused(result, allocator, text))
         return NRC_FAILURE;
     return from_wide(text, result, Storage{allocator});
 }
@@ -1017,10 +967,7 @@ NRC NUStringUTF8ConverterFrom(NUStringUTF8Converter *converter, const char *text
 
 NRC NUStringStripInvalidCharacters(const char *text, char **result)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (text == nullptr)
+    if (refused(result, text))
         return NRC_FAILURE;
     const size_t bytes = std::strlen(text);
     if (static_cast<uint64_t>(bytes) + 1 > static_cast<uint64_t>(max_size))
@@ -1075,10 +1022,7 @@ NRC NUStringStripInvalidCharacters(const char *text, char **result)
 
 NRC NWStringStripInvalidCharacters(const char *text, char **result)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (text == nullptr)
+    if (refused(result, text))
         return NRC_FAILURE;
     const size_t bytes = std::strlen(text);
     if (measure_wide(text) != static_cast<size_t>(-1)) {

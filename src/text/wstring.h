@@ -36,6 +36,18 @@ inline bool failed(UErrorCode error)
     return U_FAILURE(error) || error == U_STRING_NOT_TERMINATED_WARNING;
 }
 
+// The common start of an operation with a result: clears the result and
+// tells whether the call must be refused, for a null result or a null
+// argument.
+template <typename Result, typename... Arguments>
+inline bool refused(Result **result, const Arguments *...arguments)
+{
+    if (result == nullptr)
+        return true;
+    *result = nullptr;
+    return ((arguments == nullptr) || ...);
+}
+
 // A message of the text layer: set 102 of the library's catalog, debug
 // flag 1.
 void log(NLogLevel level, int32_t number, const char *format, ...) N_PRINTF(3, 4);

@@ -21,6 +21,7 @@
 using tvk::text::failed;
 using tvk::text::uc;
 using tvk::text::max_size;
+using tvk::text::refused;
 
 namespace {
 
@@ -131,10 +132,7 @@ int32_t leading_trim(const NUChar *text, int32_t length)
 // asked) and trailing characters that are white space or `trimmed'.
 NRC mbs_trim(const char *text, char **result, char byte, bool leading)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (text == nullptr)
+    if (refused(result, text))
         return NRC_FAILURE;
     UConverter *converter = tvk::text::walking_converter();
     if (converter == nullptr)
@@ -460,10 +458,7 @@ NRC NUStringSetBmpChrAtPrev(NUChar *text, int32_t index, NUChar unit)
 
 NRC NUStringSubstr(const NUChar *text, int32_t start, int32_t count, NUChar **result)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (text == nullptr)
+    if (refused(result, text))
         return NRC_FAILURE;
     const int32_t length = tvk::text::length(text);
     NUChar *part = new_utext(length);
@@ -537,10 +532,7 @@ NRC NUStringRTrimReturnLen(NUChar *text)
 
 NRC NUStringLRTrim(const NUChar *text, NUChar **result)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (text == nullptr)
+    if (refused(result, text))
         return NRC_FAILURE;
     const int32_t length = tvk::text::length(text);
     const int32_t start = leading_trim(text, length);
@@ -551,10 +543,7 @@ NRC NUStringLRTrim(const NUChar *text, NUChar **result)
 
 NRC NUStringLTrim(const NUChar *text, NUChar **result)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (text == nullptr)
+    if (refused(result, text))
         return NRC_FAILURE;
     *result = const_cast<NUChar *>(text + leading_trim(text, tvk::text::length(text)));
     return 0;
@@ -562,10 +551,7 @@ NRC NUStringLTrim(const NUChar *text, NUChar **result)
 
 NRC NWStringRTrim(const wchar_t *text, wchar_t **result)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (text == nullptr)
+    if (refused(result, text))
         return NRC_FAILURE;
     size_t end = std::wcslen(text);
     while (end > 0 && std::iswspace(static_cast<wint_t>(text[end - 1])))
@@ -576,10 +562,7 @@ NRC NWStringRTrim(const wchar_t *text, wchar_t **result)
 
 NRC NWStringLTrim(const wchar_t *text, wchar_t **result)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (text == nullptr)
+    if (refused(result, text))
         return NRC_FAILURE;
     size_t start = 0;
     while (text[start] != L'\0' && std::iswspace(static_cast<wint_t>(text[start])))
@@ -590,10 +573,7 @@ NRC NWStringLTrim(const wchar_t *text, wchar_t **result)
 
 NRC NWStringLRTrim(const wchar_t *text, wchar_t **result)
 {
-    if (result == nullptr)
-        return NRC_FAILURE;
-    *result = nullptr;
-    if (text == nullptr)
+    if (refused(result, text))
         return NRC_FAILURE;
     const size_t length = std::wcslen(text);
     size_t start = 0;
