@@ -23,14 +23,8 @@ NRC NEventCreate(NEvent **event)
     auto *created = static_cast<NEvent *>(n_malloc(sizeof(NEvent)));
     if (created == nullptr)
         return ENOMEM;
-    int rc = pthread_cond_init(&created->cond, nullptr);
+    const int rc = tvk::init_mutex_and_cond(&created->mutex, &created->cond);
     if (rc != 0) {
-        n_free(created);
-        return rc;
-    }
-    rc = pthread_mutex_init(&created->mutex, nullptr);
-    if (rc != 0) {
-        pthread_cond_destroy(&created->cond);
         n_free(created);
         return rc;
     }

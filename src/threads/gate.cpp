@@ -1,6 +1,8 @@
 // NGate: a door that threads wait at. A waiter at a closed gate passes at
 // its first wake-up of any kind; that is what lets NGateRelease send the
 // present waiters through while the gate stays closed.
+#include "threads/sync.h"
+
 #include <pthread.h>
 
 #include <cerrno>
@@ -23,14 +25,8 @@ NRC NGateCreate(NGate **gate)
     auto *created = static_cast<NGate *>(n_malloc(sizeof(NGate)));
     if (created == nullptr)
         return ENOMEM;
-    int rc = pthread_mutex_init(&created->mutex, nullptr);
+    const int rc = tvk::init_mutex_and_cond(&created->mutex, &created->cond);
     if (rc != 0) {
-        n_free(created);
-        return rc;
-    }
-    rc = pthread_cond_init(&created->cond, nullptr);
-    if (rc != 0) {
-        pthread_mutex_destroy(&created->mutex);
         n_free(created);
         return rc;
     }

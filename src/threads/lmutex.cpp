@@ -84,35 +84,17 @@ int32_t NLightMutexIsLocked(NLightMutex *mutex)
 
 NRC NLightCondCreate(NLightCond **cond)
 {
-    if (cond == nullptr)
-        return NRC_FAILURE;
-    auto *created = static_cast<NLightCond *>(n_malloc(sizeof(NLightCond)));
-    if (created == nullptr)
-        return ENOMEM;
-    int rc = pthread_cond_init(&created->cond, nullptr);
-    if (rc != 0) {
-        n_free(created);
-        return rc;
-    }
-    *cond = created;
-    return 0;
+    return tvk::create_cond_record(cond);
 }
 
 NRC NLightCondDestroy(NLightCond *cond)
 {
-    if (cond == nullptr)
-        return EINVAL;
-    pthread_cond_destroy(&cond->cond);
-    n_free(cond);
-    return 0;
+    return tvk::destroy_cond_record(cond);
 }
 
 NRC NLightCondSignal(NLightCond *cond)
 {
-    if (cond == nullptr)
-        return EINVAL;
-    pthread_cond_broadcast(&cond->cond);
-    return 0;
+    return tvk::broadcast_cond_record(cond);
 }
 
 NRC NLightCondWait(NLightCond *cond, NLightMutex *mutex)

@@ -116,35 +116,17 @@ int32_t NMutexIsLocked(NMutex *mutex)
 
 NRC NCondCreate(NCond **cond)
 {
-    if (cond == nullptr)
-        return NRC_FAILURE;
-    auto *created = static_cast<NCond *>(n_malloc(sizeof(NCond)));
-    if (created == nullptr)
-        return ENOMEM;
-    int rc = pthread_cond_init(&created->cond, nullptr);
-    if (rc != 0) {
-        n_free(created);
-        return rc;
-    }
-    *cond = created;
-    return 0;
+    return tvk::create_cond_record(cond);
 }
 
 NRC NCondDestroy(NCond *cond)
 {
-    if (cond == nullptr)
-        return EINVAL;
-    pthread_cond_destroy(&cond->cond);
-    n_free(cond);
-    return 0;
+    return tvk::destroy_cond_record(cond);
 }
 
 NRC NCondSignal(NCond *cond)
 {
-    if (cond == nullptr)
-        return EINVAL;
-    pthread_cond_broadcast(&cond->cond);
-    return 0;
+    return tvk::broadcast_cond_record(cond);
 }
 
 NRC NCondWait(NCond *cond, NMutex *mutex)

@@ -1,4 +1,6 @@
 // NSemaphore: a counting semaphore made of a count, a mutex and a condition.
+#include "threads/sync.h"
+
 #include <pthread.h>
 
 #include <atomic>
@@ -42,14 +44,8 @@ NRC NSemaphoreCreateN(int32_t count, NSemaphore **semaphore)
     if (memory == nullptr)
         return ENOMEM;
     auto *created = new (memory) NSemaphore;
-    int rc = pthread_mutex_init(&created->mutex, nullptr);
+    const int rc = tvk::init_mutex_and_cond(&created->mutex, &created->cond);
     if (rc != 0) {
-        n_free(created);
-        return rc;
-    }
-    rc = pthread_cond_init(&created->cond, nullptr);
-    if (rc != 0) {
-        pthread_mutex_destroy(&created->mutex);
         n_free(created);
         return rc;
     }

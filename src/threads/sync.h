@@ -7,10 +7,13 @@
 #include <time.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 
 #include <tarvolk/common.h>
+#include <tarvolk/mem.h>
+#include <tarvolk/retcode.h>
 #include <tarvolk/mutex.h>
 #include <tarvolk/time.h>
 
@@ -66,6 +69,56 @@ using Owner = std::atomic<pthread_t>;
 inline bool is_owner(const Owner &owner)
 {
     return owner.load(std::memory_order_relaxed) == pthread_self();
+}
+
+// Initialises a lock with the condition that goes with it; if the
+// condition fails, the lock is destroyed again. 0 or pthread's code.
+inline int init_mutex_and_cond(pthread_mutex_t *mutex, pthread_cond_t *cond)
+{
+    int rc = pthread_mutex_init(mutex, nullptr);
+    if (rc != 0)
+        return rc;
+    rc = pthread_cond_init(cond, nullptr);
+    if (rc != 0)
+        pthread_mutex_destroy(mutex);
+    return rc;
+}
+
+// A condition record (NCond, NLightCond: a pthread condition in `cond'):
+// made on the heap, or NRC_FAILURE for a null result, ENOMEM, or pthread's
+// code with nothing left allocated.
+template <typename Record> NRC create_cond_record(Record **result)
+{
+    if (result == nullptr)
+        return NRC_FAILURE;
+    auto *created = static_cast<Record *>(n_malloc(sizeof(Record)));
+    if (created == nullptr)
+        return ENOMEM;
+    const int rc = pthread_cond_init(&created->cond, nullptr);
+    if (rc != 0) {
+        n_free(created);
+        return rc;
+    }
+    *result = created;
+    return 0;
+}
+
+template <typename Record> NRC destroy_cond_record(Record *record)
+{
+    if (record == nullptr)
+        return EINVAL;
+    pthread_cond_destroy(&record->cond);
+    n_free(record);
+    return 0;
+}
+
+// Wakes every waiter of the record's condition.
+template <typename Record> NRC broadcast_cond_record(Record *record)
+{
+    if (record == nullptr)
+        return EINVAL;
+    pthread_cond_broadcast(&record->cond);
+    return 0;
 }
 
 } // namespace tvk
