@@ -3,7 +3,8 @@
 #   make              build (build/)
 #   make check        install missing packages, build, run every test
 #   make demo         install missing packages, build, run the demo
-#   make check-asan   the tests under ASan + UBSan (build-asan/)
+#   make check-asan   the tests under ASan + UBSan (build-asan/), then a short
+#                     run of the fuzz targets (fuzz/, clang++ only)
 #   make check-tsan   the tests under TSan (build-tsan/)
 #   make bench        build and run the benchmarks (optimised, build-bench/)
 #   make install PREFIX=/some/where
@@ -15,7 +16,7 @@ JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 CTEST_ARGS ?= --output-on-failure -j $(JOBS)
 GENERATOR  := -G Ninja
 
-.PHONY: all deps configure check demo check-asan check-tsan bench install clean
+.PHONY: all deps configure check demo check-asan check-tsan fuzz-smoke bench install clean
 
 all: configure
 	cmake --build $(BUILD) -j $(JOBS)
@@ -39,6 +40,21 @@ check-asan: deps
 	cmake --build build-asan -j $(JOBS)
 	cd build-asan && ASAN_OPTIONS=detect_leaks=1:abort_on_error=0 \
 	    UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 ctest $(CTEST_ARGS)
+	$(MAKE) --no-print-directory fuzz-smoke
+
+# The libFuzzer targets need clang++; they build in build-asan/fuzz and run
+# FUZZ_SECONDS each from the committed corpus.
+FUZZ_SECONDS ?= 3
+fuzz-smoke:
+	@if command -v clang++ >/dev/null 2>&1; then \
+	    test -f build-asan/fuzz/build.ninja || cmake -S fuzz -B build-asan/fuzz $(GENERATOR) \
+	        -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=Debug; \
+	    cmake --build build-asan/fuzz -j $(JOBS) && \
+	    cmake -DFUZZ_SECONDS=$(FUZZ_SECONDS) build-asan/fuzz >/dev/null && \
+	    cmake --build build-asan/fuzz --target fuzz_smoke; \
+	else \
+	    echo "clang++ not found: fuzz targets skipped"; \
+	fi
 
 check-tsan: deps
 	@test -f build-tsan/build.ninja || cmake -S . -B build-tsan $(GENERATOR) \

@@ -28,6 +28,7 @@
 #include <tarvolk/once.h>
 #include <tarvolk/qsort.h>
 #include <tarvolk/rbtree.h>
+#include <tarvolk/regexp.h>
 #include <tarvolk/retcode.h>
 #include <tarvolk/retcode_table.h>
 #include <tarvolk/semaph.h>
