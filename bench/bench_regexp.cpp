@@ -71,16 +71,26 @@ constexpr const char *kTemplate = "<\\1:&>";
 
 // ---- through NRegexp ----
 
+// The pattern compiled by the engine (in that engine's syntax); the default
+// engine is selected again afterwards. Null, with the run marked, if the
+// engine refuses it.
+NRegexp *compile_with(int32_t engine, const Pattern &p, benchmark::State &state)
+{
+    NRegexpLibrarySwitch(engine);
+    NRegexp *re = nullptr;
+    const NRC rc = NRegexpCompile(engine == NREGEXP_LIBRARY_TRE ? p.posix : p.native, &re);
+    NRegexpLibrarySwitch(NREGEXP_LIBRARY_TRE);
+    if (rc != 0)
+        state.SkipWithError("compile");
+    return rc == 0 ? re : nullptr;
+}
+
 void front_end_search(benchmark::State &state, int32_t engine)
 {
     const Pattern &p = patterns[state.range(0)];
-    NRegexpLibrarySwitch(engine);
-    NRegexp *re = nullptr;
-    if (NRegexpCompile(engine == NREGEXP_LIBRARY_TRE ? p.posix : p.native, &re) != 0) {
-        state.SkipWithError("compile");
+    NRegexp *re = compile_with(engine, p, state);
+    if (re == nullptr)
         return;
-    }
-    NRegexpLibrarySwitch(NREGEXP_LIBRARY_TRE);
     const auto *subs = reinterpret_cast<const char *const *>(re); // start[10], end[10]
     size_t matches = 0;
     for (auto _ : state) {
@@ -100,13 +110,9 @@ void front_end_search(benchmark::State &state, int32_t engine)
 void front_end_subst(benchmark::State &state, int32_t engine)
 {
     const Pattern &p = patterns[3];
-    NRegexpLibrarySwitch(engine);
-    NRegexp *re = nullptr;
-    if (NRegexpCompile(engine == NREGEXP_LIBRARY_TRE ? p.posix : p.native, &re) != 0) {
-        state.SkipWithError("compile");
+    NRegexp *re = compile_with(engine, p, state);
+    if (re == nullptr)
         return;
-    }
-    NRegexpLibrarySwitch(NREGEXP_LIBRARY_TRE);
     const auto *subs = reinterpret_cast<const char *const *>(re);
     std::string out;
     std::vector<char> piece(256);

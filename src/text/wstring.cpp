@@ -161,12 +161,10 @@ NRC to_utf16(const char *text, NUChar *destination, int32_t capacity, NUChar **r
              int32_t *units, Storage storage = {})
 {
     UConverter *converter = nullptr;
-    NRC rc = _NUStringGetConverter(&converter);
+    size_t bytes = 0;
+    const NRC rc = tvk::text::prepare_to_utf16(text, &converter, &bytes);
     if (rc != 0)
         return rc;
-    const size_t bytes = std::strlen(text);
-    if (static_cast<uint64_t>(bytes) * 2 + 1 > static_cast<uint64_t>(max_size))
-        return NRC_STRING_TOO_LONG;
     NUChar *made = nullptr;
     if (destination == nullptr) {
         capacity = static_cast<int32_t>(bytes * 2 + 1);
@@ -410,6 +408,17 @@ length(const NUChar *text)
     }
     const auto units = unit - text;
     return units > max_size ? static_cast<int32_t>(max_size) : static_cast<int32_t>(units);
+}
+
+NRC prepare_to_utf16(const char *text, UConverter **converter, size_t *bytes)
+{
+    const NRC rc = _NUStringGetConverter(converter);
+    if (rc != 0)
+        return rc;
+    *bytes = std::strlen(text);
+    return static_cast<uint64_t>(*bytes) * 2 + 1 > static_cast<uint64_t>(max_size)
+               ? NRC_STRING_TOO_LONG
+               : 0;
 }
 
 UConverter *walking_converter()

@@ -52,6 +52,11 @@ inline bool refused(Result **result, const Arguments *...arguments)
 // flag 1.
 void log(NLogLevel level, int32_t number, const char *format, ...) N_PRINTF(3, 4);
 
+// The first steps of decoding text to UTF-16 at 2 units a byte: the calling
+// thread's converter and the text's length in bytes. 0, the converter's
+// code, or NRC_STRING_TOO_LONG when 2 x bytes + 1 doesn't fit an int32_t.
+NRC prepare_to_utf16(const char *text, UConverter **converter, size_t *bytes);
+
 // The calling thread's converter with its to-Unicode side reset, for a walk
 // with ucnv_getNextUChar; null if there is none.
 UConverter *walking_converter();

@@ -176,12 +176,10 @@ template <typename Entry>
 NRC boundaries(const char *text, Entry **offsets, int32_t *count, int32_t *wide)
 {
     UConverter *converter = nullptr;
-    NRC rc = _NUStringGetConverter(&converter);
+    size_t bytes = 0;
+    NRC rc = tvk::text::prepare_to_utf16(text, &converter, &bytes);
     if (rc != 0)
         return rc;
-    const size_t bytes = std::strlen(text);
-    if (static_cast<uint64_t>(bytes) * 2 + 1 > static_cast<uint64_t>(max_size))
-        return NRC_STRING_TOO_LONG;
     UErrorCode error = U_ZERO_ERROR;
     const int32_t units =
         ucnv_toUChars(converter, nullptr, 0, text, static_cast<int32_t>(bytes), &error);
